@@ -1,0 +1,31 @@
+# vrax_add_tests(NAME SOURCES ... [LIBRARIES ...] [LINK_LIBRARY] [TIMEOUT seconds])
+#
+# One test program; ctest runs each of its cases in a process of its own, in a private mount
+# namespace with its own /dev and lock directory, so cases never meet each other or a real port.
+# LINK_LIBRARY links libvrax.so and sees the public header alone; without it the program links the
+# library's objects and may look inside.
+
+find_package(GTest REQUIRED)
+include(GoogleTest)
+
+function(vrax_add_tests name)
+  cmake_parse_arguments(ARG "LINK_LIBRARY" "TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 120)
+  endif()
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE vrax_flags ${ARG_LIBRARIES} GTest::gtest GTest::gtest_main
+                                        Threads::Threads)
+  if(ARG_LINK_LIBRARY)
+    target_link_libraries(${name} PRIVATE vrax)
+  else()
+    target_link_libraries(${name} PRIVATE vrax_core)
+  endif()
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  set_target_properties(${name} PROPERTIES
+    RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests
+    CROSSCOMPILING_EMULATOR "$<TARGET_FILE:vrax-instrument>;--none;--")
+  add_dependencies(${name} vrax-instrument)
+  gtest_discover_tests(${name} TEST_PREFIX ${name}. DISCOVERY_TIMEOUT 60
+    PROPERTIES TIMEOUT ${ARG_TIMEOUT})
+endfunction()

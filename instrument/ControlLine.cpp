@@ -1,0 +1,172 @@
+#include "instrument/ControlLine.h"
+
+#include <algorithm>
+#include <charconv>
+#include <optional>
+#include <sstream>
+#include <stdexcept>
+#include <vector>
+
+#include <fmt/format.h>
+
+namespace instrument {
+
+namespace {
+
+using Words = std::vector<std::string>;
+
+struct FaultWord {
+    const char* word;
+    FaultKind kind;
+    const char* argument;  // the number that must follow, or null
+};
+constexpr FaultWord kFaultWords[] = {
+    {"silence", FaultKind::Silence, nullptr},
+    {"short", FaultKind::ShortReply, "bytes"},
+    {"late", FaultKind::LateReply, "milliseconds"},
+    {"wrong-ack", FaultKind::WrongAcknowledge, nullptr},
+    {"wrong-bytes", FaultKind::WrongBytes, nullptr},
+    {"stray", FaultKind::Unsolicited, nullptr},
+    {"hangup-before", FaultKind::HangUpBefore, nullptr},
+    {"hangup-during", FaultKind::HangUpDuring, nullptr},
+    {"hangup-after", FaultKind::HangUpAfter, nullptr},
+};
+
+Words Split(const std::string& line)
+{
+    std::istringstream stream(line);
+    Words words;
+    for (std::string word; stream >> word;) words.push_back(word);
+    return words;
+}
+
+unsigned Number(const std::string& word, int base)
+{
+    unsigned value = 0;
+    const char* end = word.data() + word.size();
+    const auto result = std::from_chars(word.data(), end, value, base);
+    if (result.ec != std::errc() || result.ptr != end) {
+        throw std::invalid_argument(fmt::format("'{}' is no number", word));
+    }
+    return value;
+}
+
+Bytes HexBytes(Words::const_iterator from, Words::const_iterator to)
+{
+    Bytes bytes;
+    for (; from != to; ++from) {
+        const unsigned value = Number(*from, 16);
+        if (value > 0xFF) throw std::invalid_argument(fmt::format("'{}' is no byte", *from));
+        bytes.push_back(static_cast<std::uint8_t>(value));
+    }
+    return bytes;
+}
+
+// What stands after "on": stream, commands, or the bytes with which the request begins.
+void ReadMatch(Fault& fault, Words::const_iterator from, Words::const_iterator to)
+{
+    if (from == to) throw std::invalid_argument("'on' what?");
+    if (*from == "stream") fault.match = Request::Stream;
+    else if (*from == "commands") fault.match = Request::Command;
+    else fault.prefix = HexBytes(from, to);
+}
+
+std::string InjectFault(SimulatedInstrument& instrument, const FaultWord& word, const Words& words)
+{
+    Fault fault;
+    fault.kind = word.kind;
+    auto next = words.begin() + 1;
+    if (word.argument != nullptr) {
+        if (next == words.end()) throw std::invalid_argument(fmt::format("{}?", word.argument));
+        const unsigned value = Number(*next++, 10);
+        fault.bytes = value;
+        fault.delay = Milliseconds(value);
+    }
+    if (next != words.end() && *next != "on") {
+        fault.count = *next == "all" ? 0 : std::max(Number(*next, 10), 1U);
+        ++next;
+    }
+    if (next != words.end()) {
+        if (*next != "on") throw std::invalid_argument(fmt::format("'{}'?", *next));
+        ReadMatch(fault, next + 1, words.end());
+    }
+    instrument.Inject(fault);
+    return fmt::format("{}: waiting for {}", word.word,
+                       fault.count == 0 ? "every reply" : fmt::format("{} replies", fault.count));
+}
+
+std::string SetPace(SimulatedInstrument& instrument, const Words& words)
+{
+    const std::string pace = words.size() > 1 ? words[1] : "";
+    if (pace != "real" && pace != "fast") throw std::invalid_argument("pace real or pace fast");
+    instrument.SetPace(pace == "real" ? Pace::RealTime : Pace::Fast);
+    return fmt::format("pace {} from the next run on", pace);
+}
+
+std::optional<std::string> RunPlainWord(SimulatedInstrument& instrument, const Words& words)
+{
+    const std::string& word = words.front();
+    if (word == "help") return ControlHelp();
+    if (word == "status") return StatusLine(instrument);
+    if (word == "pace") return SetPace(instrument, words);
+    if (word == "plug") instrument.Plug();
+    else if (word == "unplug") instrument.Unplug();
+    else if (word == "clear") instrument.ClearFaults();
+    else if (word == "send") instrument.SendUnsolicited(HexBytes(words.begin() + 1, words.end()));
+    else return std::nullopt;
+    return word + ": done";
+}
+
+}  // namespace
+
+std::string RunControlLine(SimulatedInstrument& instrument, const std::string& line)
+{
+    const Words words = Split(line);
+    if (words.empty()) return {};
+    try {
+        if (const auto told = RunPlainWord(instrument, words)) return *told;
+        for (const FaultWord& word : kFaultWords) {
+            if (words.front() == word.word) return InjectFault(instrument, word, words);
+        }
+    } catch (const std::exception& error) {
+        return fmt::format("{}: {}", words.front(), error.what());
+    }
+    return fmt::format("unknown: {} (try help)", words.front());
+}
+
+std::string ControlHelp()
+{
+    return "unplug, plug                  the node goes and comes\n"
+           "silence [N|all]               the next replies are not sent\n"
+           "short BYTES [N|all]           ... end early\n"
+           "late MS [N|all]               ... come late\n"
+           "wrong-ack [N|all]             ... do not acknowledge\n"
+           "wrong-bytes [N|all]           ... have every bit inverted\n"
+           "stray [N|all]                 an unsolicited block goes before the reply\n"
+           "hangup-before, -during, -after [N]   the port hangs up around the next request\n"
+           "  any of these: ... on stream | on commands | on HEX HEX ..   (leading bytes)\n"
+           "send HEX HEX ..               unsolicited bytes now\n"
+           "clear                         forget all faults\n"
+           "pace real|fast                from the next run on\n"
+           "status, help";
+}
+
+std::string StatusLine(const SimulatedInstrument& instrument)
+{
+    const RelayState relays = instrument.Relays();
+    return fmt::format("{} {}, operate mode {:02X}, {} Hz, relays {:06X}, {}", instrument.Path(),
+                       instrument.IsPlugged() ? "plugged" : "unplugged", relays.operateMode,
+                       relays.sampleRate, relays.word, SummaryLine(instrument));
+}
+
+std::string SummaryLine(const SimulatedInstrument& instrument)
+{
+    const StreamStatistics stream = instrument.Statistics();
+    return fmt::format("packets={} samples={} runs={} stops={} sequence_errors={} mode_errors={} "
+                       "underruns={} refusals={}",
+                       stream.packets, stream.samples, stream.runs, stream.stopPackets,
+                       stream.sequenceErrors, stream.modeErrors, stream.underruns,
+                       instrument.RefusalCount());
+}
+
+}  // namespace instrument

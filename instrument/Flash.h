@@ -1,0 +1,55 @@
+// The instrument's flash: four memories of 1024-byte sectors that erase to 0xFF.
+//
+// Takes no lock; its owner does.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace instrument {
+
+constexpr std::uint8_t kMainChannel = 1;
+constexpr std::uint8_t kEcgChannel = 3;
+constexpr std::uint8_t kDcChannel = 18;
+constexpr std::uint8_t kModuleChannel = 19;
+constexpr std::uint32_t kSectorBytes = 1024;
+
+class Flash {
+public:
+    // With `nor` a write can only clear bits; without it a write replaces them.
+    explicit Flash(bool nor);
+
+    // 0 for a channel that does not exist.
+    std::size_t SizeOf(std::uint8_t channel) const;
+    bool Holds(std::uint8_t channel, std::uint32_t address, std::size_t bytes) const;
+
+    // What lies outside the memory reads as 0xFF and is not written.
+    std::vector<std::uint8_t> Read(std::uint8_t channel, std::uint32_t address,
+                                   std::size_t bytes) const;
+    void Write(std::uint8_t channel, std::uint32_t address, std::span<const std::uint8_t> data);
+    // As a programming device does it: replaces the bits whatever the kind of memory.
+    void Program(std::uint8_t channel, std::uint32_t address, std::span<const std::uint8_t> data);
+    void EraseSector(std::uint8_t channel, std::uint32_t address);
+    void EraseAll(std::uint8_t channel);
+
+    // Rises with every change.
+    std::uint64_t Generation() const { return generation_; }
+    std::uint64_t DcGeneration() const { return dcGeneration_; }  // of the DC calibration alone
+
+    // One image of all memories. Load throws std::runtime_error when `image` is not such an image.
+    std::string Save() const;
+    void Load(const std::string& image);
+
+private:
+    void Touch(std::uint8_t channel);
+
+    std::map<std::uint8_t, std::vector<std::uint8_t>> memories_;
+    bool nor_;
+    std::uint64_t generation_ = 0;
+    std::uint64_t dcGeneration_ = 0;
+};
+
+}  // namespace instrument

@@ -1,0 +1,168 @@
+// The thread that serves the port, and everything that it shares with the instrument's owner.
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <vector>
+
+#include "instrument/Device.h"
+#include "instrument/Faults.h"
+#include "instrument/Framing.h"
+#include "instrument/Pacer.h"
+#include "instrument/PseudoTerminal.h"
+#include "instrument/SimulatedInstrument.h"
+#include "instrument/StreamReceiver.h"
+
+namespace instrument {
+
+class SimulatedInstrument::CService {
+public:
+    explicit CService(const Options& options);
+    ~CService();
+
+    void SetPlugged(bool plugged);
+    void SendUnsolicited(std::span<const std::uint8_t> bytes);
+    void DiscardUnread();
+
+    // Waits until `isTrue`, which is called with the lock held. False when the time is over.
+    template <typename Predicate>
+    bool WaitUntilTrue(Milliseconds timeout, Predicate isTrue) const;
+
+    // `function` is called with the lock held.
+    template <typename Function>
+    auto Locked(Function function) const
+    {
+        const std::lock_guard lock(mutex_);
+        return function();
+    }
+
+    Bytes KeptPacket(std::size_t index) const;  // with the lock held
+
+    // Guarded by the lock.
+    Device device;
+    StreamReceiver receiver;
+    Faults faults;
+    ScriptedReplies scripted;
+    CPseudoTerminal terminal;  // opened, closed, read and waited on by the service thread alone
+    Pacer pacer;
+    Pace pace;
+    std::deque<std::shared_ptr<Exchange>> exchanges;
+    std::vector<Refusal> refusals;
+    std::size_t refusalCount = 0;
+
+private:
+    using ByteView = std::span<const std::uint8_t>;
+
+    // A reply on its way.
+    struct Outgoing {
+        Clock::time_point due;
+        Bytes bytes;
+        std::size_t written = 0;
+        bool isStream = false;
+        bool hangUpAfter = false;
+        std::shared_ptr<Exchange> exchange;  // null when it is not recorded
+    };
+    // The port hangs up when the host has read what was written, or does not read it.
+    struct HangUp {
+        Clock::time_point next;
+        Clock::time_point latest;
+    };
+
+    // What the service thread waits for, while others may change it.
+    struct WaitPlan {
+        int terminal = -1;  // -1: not open, or not read any more
+        bool untilWritable = false;
+        std::optional<Clock::time_point> deadline;
+    };
+
+    // The service thread; all but Run, Wait and RunHooks with the lock held.
+    void Run();
+    WaitPlan PlanWait() const;
+    void Wait(const WaitPlan& plan);
+    void RunHooks();
+    std::optional<Clock::time_point> NextDeadline() const;
+    void ServeOwner();
+    void ReadInput();
+    void TakeRequests();
+    void CheckPartial(Clock::time_point now);
+    void CheckHangUp(Clock::time_point now);
+    void SendSamplingBlock(Clock::time_point now);
+    void Disconnect();
+
+    // ServiceRequests.cpp
+    void Handle(Request kind, ByteView request);
+    Answer Execute(Request kind, ByteView request, Outgoing& outgoing);
+    Answer TakePacket(ByteView packet, Outgoing& outgoing);
+    void AfterPacket(ByteView packet);
+    void KeepPacket(ByteView packet);
+    void RefreshDcWords();
+    bool Misbehave(const Fault& fault, const Reply& reply, Outgoing& outgoing);
+    std::shared_ptr<Exchange> Record(Request kind, ByteView request);
+    void Refuse(ByteView request, const std::string& reason, const std::shared_ptr<Exchange>& of);
+    void Send(Outgoing&& outgoing);
+    void SendDue(Clock::time_point now);
+    bool Advance(Outgoing& outgoing);
+    void Finish(const Outgoing& outgoing);
+    void Complete(const std::shared_ptr<Exchange>& exchange);
+
+    void Wake() const;
+
+    const Options options_;
+    const bool wantsSamples_;
+    mutable std::mutex mutex_;
+    mutable std::condition_variable changed_;
+    mutable unsigned waiters_ = 0;
+    int wakeDescriptor_ = -1;
+    bool stopping_ = false;
+
+    std::optional<bool> wantedPlugged_;  // asked by the owner, not yet done
+    std::string plugError_;
+    bool wasPlugged_ = false;
+
+    std::vector<std::uint8_t> input_;
+    std::size_t inputSize_ = 0;
+    Clock::time_point arrived_;  // of the newest bytes
+    std::optional<Clock::time_point> partialUntil_;
+
+    std::deque<Outgoing> outbox_;
+    bool isBlocked_ = false;  // the terminal takes no more bytes for now
+    std::optional<HangUp> hangUp_;
+    Pace runPace_;
+    std::optional<Clock::time_point> nextSampling_;
+    std::uint16_t samplingValue_ = 0;
+    std::uint64_t dcGeneration_;
+
+    std::vector<std::uint8_t> packets_;  // a ring of the newest
+    std::uint64_t keptPackets_ = 0;      // ever put into the ring
+
+    // For the hooks, which run without the lock. Touched by the service thread alone, but for
+    // exchanges that a caller of SendUnsolicited cannot finish.
+    std::vector<Sample> newSamples_;
+    std::vector<Exchange> newExchanges_;
+    std::vector<Refusal> newRefusals_;
+
+    std::thread thread_;  // last: it uses everything above
+};
+
+template <typename Predicate>
+bool SimulatedInstrument::CService::WaitUntilTrue(Milliseconds timeout, Predicate isTrue) const
+{
+    // Some conditions come true by time alone.
+    constexpr Milliseconds kLook{10};
+    const Clock::time_point deadline = Clock::now() + timeout;
+    std::unique_lock lock(mutex_);
+    ++waiters_;
+    bool result = isTrue();
+    while (!result && Clock::now() < deadline) {
+        changed_.wait_until(lock, std::min(deadline, Clock::now() + kLook));
+        result = isTrue();
+    }
+    --waiters_;
+    return result;
+}
+
+}  // namespace instrument

@@ -1,0 +1,207 @@
+#include "instrument/StreamReceiver.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+namespace instrument {
+
+namespace {
+
+constexpr unsigned kRateBeforeRelays = 20000;  // Hz
+
+std::uint16_t SequenceAt(std::span<const std::uint8_t> packet, std::size_t frame)
+{
+    const std::size_t at = frame * kFrameBytes + 6;
+    return static_cast<std::uint16_t>(packet[at] << 8 | packet[at + 1]);
+}
+
+unsigned SamplesIn(std::span<const std::uint8_t> packet)
+{
+    unsigned samples = 0;
+    for (std::size_t i = 0; i < kFramesPerPacket; ++i) {
+        samples += LayoutOf(packet[i * kFrameBytes + 1]).samples;
+    }
+    return samples;
+}
+
+}  // namespace
+
+Received StreamReceiver::Receive(std::span<const std::uint8_t> packet, const RelayState& relays,
+                                 bool isEarly, Clock::time_point now)
+{
+    Received received;
+    const bool isOnlyStop = IsOnlyStopPacket(packet, restCode_);
+    if (!isOnlyStop) received.refusal = FramingFault(packet, received.badFrame);
+    ++stats_.packets;
+    stats_.lastArrival = now;
+    isStop_ = false;
+    if (!received.refusal.empty()) {
+        ++stats_.frameErrors;
+        return received;
+    }
+
+    const std::uint16_t first = SequenceAt(packet, 0);
+    if (isCandidate_ && first != stats_.nextSequence) EndRun();
+    if (!stats_.running) {
+        BeginRun(first, now);
+        received.isFirstOfRun = true;
+    }
+    CountSequence(packet);
+    SetRate(relays.sampleRate != 0 ? relays.sampleRate : kRateBeforeRelays);
+
+    packetSamples_ = received.samples = SamplesIn(packet);
+    isResting_ = received.isResting = isOnlyStop || IsStopPacket(packet, restCode_);
+    isStop_ = isOnlyStop || (isEarly && received.isResting);
+    if (!isStop_ && !received.isResting && HasOtherMode(packet, relays.operateMode)) {
+        ++stats_.modeErrors;
+    }
+    return received;
+}
+
+void StreamReceiver::BeginRun(std::uint16_t firstSequence, Clock::time_point now)
+{
+    ++stats_.runs;
+    stats_.running = true;
+    stats_.firstArrival = now;
+    stats_.firstReply = {};
+    stats_.nextSequence = mayResume_ ? firstSequence : 0;
+    mayResume_ = false;
+}
+
+// The resting packet before was the stop packet.
+void StreamReceiver::EndRun()
+{
+    if (isCandidate_) ++stats_.stopPackets;
+    isCandidate_ = false;
+    candidate_.clear();
+    stats_.running = false;
+    stats_.nextSequence = 0;
+}
+
+void StreamReceiver::CountSequence(std::span<const std::uint8_t> packet)
+{
+    for (std::size_t i = 0; i < kFramesPerPacket; ++i) {
+        const std::uint16_t sequence = SequenceAt(packet, i);
+        if (sequence != stats_.nextSequence) ++stats_.sequenceErrors;
+        stats_.nextSequence = static_cast<std::uint16_t>(sequence + 1);
+    }
+}
+
+bool StreamReceiver::HasOtherMode(std::span<const std::uint8_t> packet, std::uint8_t mode) const
+{
+    for (std::size_t i = 0; i < kFramesPerPacket; ++i) {
+        if (packet[i * kFrameBytes + 1] != mode) return true;
+    }
+    return false;
+}
+
+void StreamReceiver::SetRate(unsigned rate)
+{
+    if (rate == rate_) return;
+    if (rate_ != 0) timeBase_ += static_cast<double>(sinceBase_) / rate_;
+    sinceBase_ = 0;
+    rate_ = rate;
+}
+
+void StreamReceiver::Decode(std::span<const std::uint8_t> packet, std::vector<Sample>& batch)
+{
+    if (isCandidate_) {  // this packet went on where it ended: it was data
+        stats_.samples += candidateSamples_;
+        if (IsDecoding() && !candidate_.empty()) DecodeData(candidate_, batch);
+        isCandidate_ = false;
+        candidate_.clear();
+    }
+    if (isStop_) {
+        isCandidate_ = true;  // certain already: counted and forgotten at once
+        EndRun();
+        return;
+    }
+    if (isResting_) {
+        isCandidate_ = true;
+        candidateSamples_ = packetSamples_;
+        candidateReplied_ = {};
+        if (IsDecoding()) candidate_.assign(packet.begin(), packet.end());
+        return;
+    }
+    stats_.samples += packetSamples_;
+    if (IsDecoding()) DecodeData(packet, batch);
+}
+
+void StreamReceiver::DecodeData(std::span<const std::uint8_t> packet, std::vector<Sample>& batch)
+{
+    if (!decoder_) decoder_.emplace(dcWords_);
+    const std::size_t before = batch.size();
+    for (std::size_t i = 0; i < kFramesPerPacket; ++i) {
+        DecodeFrameInto(packet.subspan(i * kFrameBytes, kFrameBytes), batch);
+    }
+    if (keepSamples_ == 0) return;
+    samples_.insert(samples_.end(), batch.begin() + static_cast<std::ptrdiff_t>(before),
+                    batch.end());
+    KeepSamples(keepSamples_);
+}
+
+void StreamReceiver::DecodeFrameInto(std::span<const std::uint8_t> frame,
+                                     std::vector<Sample>& batch)
+{
+    std::array<Slot, kMaxSamplesPerFrame> slots;
+    const std::size_t count = DecodeSlots(frame, slots);
+    for (std::size_t slot = 0; slot < count; ++slot) {
+        Sample sample;
+        sample.time = timeBase_ + static_cast<double>(sinceBase_) / rate_;
+        sample.dcMv = decoder_->Mv(slots[slot].dc);
+        sample.acMv = slots[slot].ac / kAcCodesPerMv;
+        sample.marker = frame[4] == slot + 1;
+        sample.run = static_cast<unsigned>(stats_.runs);
+        sample.codes = slots[slot];
+        ++sinceBase_;
+        batch.push_back(sample);
+    }
+}
+
+void StreamReceiver::RelaysChanged(const RelayState& relays)
+{
+    if (relays.operateMode == kModeOff && isCandidate_) EndRun();
+}
+
+void StreamReceiver::HostStartsAnew()
+{
+    mayResume_ = mayResume_ || (stats_.running && !isCandidate_);
+    EndRun();
+}
+
+void StreamReceiver::Replied(Clock::time_point now)
+{
+    if (stats_.firstReply == Clock::time_point{}) stats_.firstReply = now;
+    stats_.lastReply = now;
+    candidateReplied_ = now;
+}
+
+void StreamReceiver::SetDcWords(const DcWords& words)
+{
+    dcWords_ = words;
+    restCode_ = words[2000];
+    decoder_.reset();
+}
+
+StreamStatistics StreamReceiver::Statistics(Clock::time_point now) const
+{
+    StreamStatistics stats = stats_;
+    const bool isQuiet = isCandidate_ && candidateReplied_ != Clock::time_point{} &&
+                         now - candidateReplied_ > kQuietAfterStop;
+    if (isQuiet) {
+        ++stats.stopPackets;
+        stats.running = false;
+    }
+    return stats;
+}
+
+void StreamReceiver::KeepSamples(std::size_t newest)
+{
+    keepSamples_ = newest;
+    if (samples_.size() <= newest) return;
+    const auto surplus = static_cast<std::ptrdiff_t>(samples_.size() - newest);
+    samples_.erase(samples_.begin(), samples_.begin() + surplus);
+}
+
+}  // namespace instrument

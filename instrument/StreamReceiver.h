@@ -1,0 +1,88 @@
+// Takes in the stream: checks every frame, counts, and turns codes back into millivolts.
+//
+// Takes no lock; its owner does.
+#pragma once
+
+#include <deque>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "instrument/SimulatedInstrument.h"
+
+namespace instrument {
+
+// A packet with resting content that nothing follows for so long was the stop packet.
+constexpr Milliseconds kQuietAfterStop{250};
+
+struct Received {
+    std::string refusal;          // why it is not answered; empty = it is
+    std::size_t badFrame = 0;     // of the refusal
+    bool isResting = false;       // it may be, or is, the stop packet
+    bool isFirstOfRun = false;
+    unsigned samples = 0;         // that it lasts; a stop packet too
+};
+
+class StreamReceiver {
+public:
+    explicit StreamReceiver(std::size_t keepSamples) : keepSamples_(keepSamples) {}
+
+    // Looks at a packet of 3200 bytes. `isEarly`: the reply to its predecessor is still to come,
+    // which a host does with a stop packet only.
+    Received Receive(std::span<const std::uint8_t> packet, const RelayState& relays, bool isEarly,
+                     Clock::time_point now);
+
+    // Decodes the packet that was just received. Apart from Receive, so that the reply can go out
+    // first. `batch` gets the samples that are now known to be data.
+    void Decode(std::span<const std::uint8_t> packet, std::vector<Sample>& batch);
+
+    void RelaysChanged(const RelayState& relays);
+    // The host starts anew: a run that was not stopped may go on with any number.
+    void HostStartsAnew();
+    void AllowResume() { mayResume_ = true; }
+    void Replied(Clock::time_point now);
+
+    // The calibration that codes are turned back with.
+    void SetDcWords(const DcWords& words);
+
+    StreamStatistics Statistics(Clock::time_point now) const;
+    std::uint64_t PacketCount() const { return stats_.packets; }
+
+    // Decoding is wanted by the owner too, whatever is kept here.
+    void KeepSamples(std::size_t newest);
+    void DecodeAlways() { decodeAlways_ = true; }
+    const std::deque<Sample>& Samples() const { return samples_; }
+
+private:
+    void EndRun();
+    void BeginRun(std::uint16_t firstSequence, Clock::time_point now);
+    void CountSequence(std::span<const std::uint8_t> packet);
+    bool HasOtherMode(std::span<const std::uint8_t> packet, std::uint8_t mode) const;
+    void DecodeData(std::span<const std::uint8_t> packet, std::vector<Sample>& batch);
+    void DecodeFrameInto(std::span<const std::uint8_t> frame, std::vector<Sample>& batch);
+    void SetRate(unsigned rate);
+    bool IsDecoding() const { return decodeAlways_ || keepSamples_ > 0; }
+
+    StreamStatistics stats_;
+    std::uint16_t restCode_ = DefaultDcWords()[2000];
+    DcWords dcWords_ = DefaultDcWords();
+    std::optional<DcDecoder> decoder_;  // made with the first sample that needs it
+
+    bool mayResume_ = false;   // the next run may begin with any number
+    bool isStop_ = false;      // the packet just received is known to be a stop packet
+    bool isResting_ = false;   // it may be one
+    unsigned packetSamples_ = 0;
+    bool isCandidate_ = false; // the last packet has resting content and ends the run or goes on
+    unsigned candidateSamples_ = 0;
+    Bytes candidate_;          // its bytes while samples are decoded
+    Clock::time_point candidateReplied_;
+
+    bool decodeAlways_ = false;
+    std::size_t keepSamples_;
+    std::deque<Sample> samples_;
+    double timeBase_ = 0;        // s of signal before the sample rate last changed
+    std::uint64_t sinceBase_ = 0;
+    unsigned rate_ = 0;          // Hz
+};
+
+}  // namespace instrument

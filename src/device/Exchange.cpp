@@ -1,0 +1,190 @@
+#include "device/Exchange.h"
+
+#include <unistd.h>
+
+#include <atomic>
+#include <cstring>
+
+#include "device/Device.h"
+
+namespace {
+constexpr useconds_t kPauseUs = 1000;     // a read of the poll thread in progress ends
+constexpr unsigned kRecheckMs = 50;       // whether there is still something to wait for
+constexpr unsigned kSensorWaitMs = 1000;  // a silent photodiode sensor never locks the API
+constexpr std::int64_t kNsPerMs = 1000000;
+
+thread_local int t_interruptDepth = 0;
+thread_local int t_apiDepth = 0;
+thread_local int t_lineOwnerDepth = 0;
+thread_local int t_exchangeDepth = 0;
+
+enum class LineState { kNotTaken, kGranted, kGivenUp };
+thread_local LineState t_line = LineState::kNotTaken;
+
+// How many callers want the waiting commands gone, and the event that tells them.
+std::atomic<int> s_releasers{0};
+CSimpleCriticalSection s_releaseSection;
+CManualResetEvent s_release(false);
+
+void QuietLine()
+{
+    PausePollingThread();
+    usleep(kPauseUs);
+    // The reply to the last packet of a run that is ending, and whatever came unasked, is not the
+    // reply to the command that follows.
+    CAutoCriticalSection lock(g_AccessCriticalSection);
+    if (s_bReplyPending) {
+        unsigned char reply[kReplyBytes];
+        DeviceReadData(reply, sizeof reply);
+        s_bReplyPending = false;
+    }
+    DeviceDiscardInput();
+}
+
+// Until the moment between a reply and the next packet. The interrupt lock is held meanwhile: the
+// play thread sets the event before it asks for that lock.
+bool WaitForFreeLine()
+{
+    CEvent* events[] = {&g_hProcessRequestEvent, &s_release};
+    const std::int64_t sensorDeadline =
+        MonotonicNs() + static_cast<std::int64_t>(kSensorWaitMs) * kNsPerMs;
+    for (;;) {
+        const int index = WaitForMultipleObjects(2, events, 0, kRecheckMs);
+        if (index == 1 || g_bConnected == 0) return false;
+        const bool sensorIsSilent = !s_ECGGoing && MonotonicNs() > sensorDeadline;
+        if (!IsLineBusy() || sensorIsSilent) {
+            QuietLine();
+            return true;
+        }
+        if (index == 0) return true;
+    }
+}
+
+bool TakeLineForThisThread()
+{
+    if (t_lineOwnerDepth > 0) {
+        // Before the first packet the poll thread still reads; later the line is the caller's.
+        if (!s_ECGGoing) QuietLine();
+        return true;
+    }
+    if (g_bConnected != 0 && IsLineBusy()) return WaitForFreeLine();
+    QuietLine();
+    return true;
+}
+}  // namespace
+
+void PausePollingThread() { g_hPollingEvent.ResetEvent(); }
+void ResumePollingThread() { g_hPollingEvent.SetEvent(); }
+
+CApiLock::CApiLock() NO_THREAD_SAFETY_ANALYSIS
+{
+    if (t_interruptDepth > 0 && t_apiDepth == 0) {
+        taken_ = g_APICriticalSection.TryLock();
+    } else {
+        g_APICriticalSection.Lock();
+        taken_ = true;
+    }
+    if (taken_) ++t_apiDepth;
+}
+
+CApiLock::~CApiLock() NO_THREAD_SAFETY_ANALYSIS
+{
+    if (!taken_) return;
+    --t_apiDepth;
+    g_APICriticalSection.Unlock();
+}
+
+CInterruptLock::CInterruptLock()
+{
+    g_InterruptCriticalSection.Lock();
+    ++t_interruptDepth;
+}
+
+CInterruptLock::~CInterruptLock()
+{
+    --t_interruptDepth;
+    g_InterruptCriticalSection.Unlock();
+}
+
+bool CInterruptLock::IsHeldByThisThread() { return t_interruptDepth > 0; }
+
+CLineOwner::CLineOwner()
+{
+    g_InterruptCriticalSection.Lock();
+    ++t_interruptDepth;
+    ++t_lineOwnerDepth;
+}
+
+CLineOwner::~CLineOwner()
+{
+    --t_lineOwnerDepth;
+    --t_interruptDepth;
+    g_InterruptCriticalSection.Unlock();
+}
+
+CReleaseWaitingCommands::CReleaseWaitingCommands()
+{
+    CAutoCriticalSection lock(s_releaseSection);
+    s_releasers.fetch_add(1);
+    s_release.SetEvent();
+}
+
+CReleaseWaitingCommands::~CReleaseWaitingCommands()
+{
+    CAutoCriticalSection lock(s_releaseSection);
+    if (s_releasers.fetch_sub(1) == 1) s_release.ResetEvent();
+}
+
+CExchange::CExchange(Line) NO_THREAD_SAFETY_ANALYSIS { ++t_exchangeDepth; }
+
+CExchange::CExchange() NO_THREAD_SAFETY_ANALYSIS : CExchange(Line::kLater) { TakeLine(); }
+
+// While streaming, one command goes into one gap: the play thread, which is waiting for the
+// interrupt lock, comes before the next command.
+CExchange::~CExchange() NO_THREAD_SAFETY_ANALYSIS
+{
+    if (--t_exchangeDepth > 0 || t_line == LineState::kNotTaken) return;
+    t_line = LineState::kNotTaken;
+    if (t_lineOwnerDepth == 0 && s_ECGGoing && g_bConnected != 0) {
+        g_hProcessRequestEvent.ResetEvent();
+    }
+    ResumePollingThread();
+}
+
+bool CExchange::TakeLine()
+{
+    if (t_line == LineState::kNotTaken) {
+        t_line = TakeLineForThisThread() ? LineState::kGranted : LineState::kGivenUp;
+    }
+    return t_line == LineState::kGranted;
+}
+
+bool CExchange::Send(const std::uint8_t* request, unsigned length) NO_THREAD_SAFETY_ANALYSIS
+{
+    return SendRequest(request, length);
+}
+
+bool CExchange::Receive(std::uint8_t* reply, unsigned length) NO_THREAD_SAFETY_ANALYSIS
+{
+    return ReceiveReply(reply, length);
+}
+
+bool CExchange::Transact(const std::uint8_t* request, unsigned length,
+                         std::uint8_t (&reply)[kReplyBytes],
+                         unsigned waitMs) NO_THREAD_SAFETY_ANALYSIS
+{
+    if (!SendRequest(request, length)) return false;
+    if (waitMs != 0) SleepMilliseconds(waitMs);
+    return ReceiveReply(reply, kReplyBytes);
+}
+
+bool SendRequest(const std::uint8_t* request, unsigned length)
+{
+    return t_line == LineState::kGranted && DeviceWriteData(request, length, 1) == length;
+}
+
+bool ReceiveReply(std::uint8_t* reply, unsigned length)
+{
+    std::memset(reply, 0, length);
+    return t_line == LineState::kGranted && DeviceReadData(reply, length) == length;
+}

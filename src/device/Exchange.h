@@ -1,0 +1,110 @@
+// The discipline of every command: locks, the free line, write, read. Written here once; a command
+// is then its bytes and the check of its reply.
+//
+// Lock order on every thread: API, interrupt, access. The thread that builds a packet holds the
+// interrupt lock and owns the line: what it sends goes out without the API lock and without waiting.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "device/LineState.h"
+
+constexpr unsigned kReplyBytes = 64;
+
+extern CSimpleCriticalSection g_InterruptCriticalSection;
+extern CSimpleCriticalSection g_APICriticalSection ACQUIRED_BEFORE(g_InterruptCriticalSection);
+
+// Set: the poll thread may read. Reset: it is paused.
+extern CManualResetEvent g_hPollingEvent;
+void PausePollingThread();
+void ResumePollingThread();
+
+class CAutoResumePolling {
+public:
+    CAutoResumePolling() = default;
+    ~CAutoResumePolling() { ResumePollingThread(); }
+    CAutoResumePolling(const CAutoResumePolling&) = delete;
+    CAutoResumePolling& operator=(const CAutoResumePolling&) = delete;
+};
+
+// The API lock of an exported call. A thread that already holds the interrupt lock is in a callback
+// of the library: waiting there for the API lock could never end, so it goes on without when
+// another thread has it. What it may touch then is guarded by the interrupt lock or is Shared.
+class SCOPED_CAPABILITY CApiLock {
+public:
+    CApiLock() ACQUIRE(g_APICriticalSection);
+    ~CApiLock() RELEASE();
+    CApiLock(const CApiLock&) = delete;
+    CApiLock& operator=(const CApiLock&) = delete;
+
+private:
+    bool taken_;
+};
+
+class SCOPED_CAPABILITY CInterruptLock {
+public:
+    CInterruptLock() ACQUIRE(g_InterruptCriticalSection);
+    ~CInterruptLock() RELEASE();
+    CInterruptLock(const CInterruptLock&) = delete;
+    CInterruptLock& operator=(const CInterruptLock&) = delete;
+
+    // The calling thread holds the interrupt lock: it runs in a callback of the library.
+    static bool IsHeldByThisThread();
+};
+
+// Held by the thread that builds and sends a packet, together with the interrupt lock.
+class SCOPED_CAPABILITY CLineOwner {
+public:
+    CLineOwner() ACQUIRE(g_InterruptCriticalSection);
+    ~CLineOwner() RELEASE();
+    CLineOwner(const CLineOwner&) = delete;
+    CLineOwner& operator=(const CLineOwner&) = delete;
+};
+
+// Released while it lives: commands that wait for the free line give up, so that its owner gets the
+// API lock.
+class CReleaseWaitingCommands {
+public:
+    CReleaseWaitingCommands();
+    ~CReleaseWaitingCommands();
+    CReleaseWaitingCommands(const CReleaseWaitingCommands&) = delete;
+    CReleaseWaitingCommands& operator=(const CReleaseWaitingCommands&) = delete;
+};
+
+// One exchange with the instrument, or several that belong together. May be nested: the inner one
+// goes out within the outer one's hold.
+class SCOPED_CAPABILITY CExchange {
+public:
+    // Takes the locks and the line: pauses the poll thread, or, while a connected instrument
+    // streams, waits until the line is free between a reply and the next packet.
+    CExchange() ACQUIRE(g_APICriticalSection, g_InterruptCriticalSection);
+    // Takes the locks alone; the line comes with TakeLine().
+    enum class Line { kLater };
+    explicit CExchange(Line later) ACQUIRE(g_APICriticalSection, g_InterruptCriticalSection);
+    ~CExchange() RELEASE();
+    CExchange(const CExchange&) = delete;
+    CExchange& operator=(const CExchange&) = delete;
+
+    // False when the wait was given up because the output is being stopped or the instrument went;
+    // then nothing can be sent.
+    bool TakeLine();
+
+    // All bytes went out.
+    bool Send(const std::uint8_t* request, unsigned length);
+    // All bytes came; the rest of `reply` is zero.
+    bool Receive(std::uint8_t* reply, unsigned length = kReplyBytes);
+    // Send, wait, receive a whole reply.
+    bool Transact(const std::uint8_t* request, unsigned length, std::uint8_t (&reply)[kReplyBytes],
+                  unsigned waitMs = 0);
+
+private:
+    CApiLock api_;
+    CInterruptLock interrupt_;
+};
+
+// For flash frames inside a held exchange.
+bool SendRequest(const std::uint8_t* request, unsigned length)
+    REQUIRES(g_APICriticalSection, g_InterruptCriticalSection);
+bool ReceiveReply(std::uint8_t* reply, unsigned length = kReplyBytes)
+    REQUIRES(g_APICriticalSection, g_InterruptCriticalSection);

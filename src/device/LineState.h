@@ -1,0 +1,30 @@
+// What the serial line is busy with: the flags and events through which the play thread, the poll
+// thread and the command exchanges pass the line to each other.
+#pragma once
+
+#include "platform/Platform.h"
+
+// 1 while an instrument is connected and prepared. Written by the connect thread.
+extern Shared<int> g_bConnected;
+
+// A run is streaming. Set by every data packet sent, cleared by the stop path of streaming.
+extern Shared<bool> s_ECGGoing;
+
+// Photodiode sampling is running. Written by the PPG sensor calls.
+extern Shared<bool> g_PPG_PDSamplingRunning;
+
+// A data packet was written and its reply is not read yet. Touched under g_AccessCriticalSection
+// by whoever reads the reply.
+extern Shared<bool> s_bReplyPending;
+
+// Play thread -> poll thread: a packet has been sent, read the reply.
+extern CAutoResetEvent& g_hReadEvent;
+// Poll thread -> play thread: the instrument has answered, send the next packet.
+extern CAutoResetEvent& g_hSendEvent;
+// The poll thread is to leave its reply-reading loop.
+extern CManualResetEvent g_hStopReceiveEvent;
+// The line is free for a command, between a reply and the next packet.
+extern CManualResetEvent g_hProcessRequestEvent;
+
+// ECG streaming or photodiode sampling keeps the line busy.
+inline bool IsLineBusy() { return s_ECGGoing || g_PPG_PDSamplingRunning; }

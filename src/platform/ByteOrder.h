@@ -1,0 +1,21 @@
+// Wire words are big-endian, high byte first.
+#pragma once
+
+#include <cstdint>
+
+inline std::uint16_t ReadBig16(const std::uint8_t* bytes)
+{
+    return static_cast<std::uint16_t>(bytes[0] << 8 | bytes[1]);
+}
+
+inline void WriteBig16(std::uint8_t* bytes, std::uint16_t value)
+{
+    bytes[0] = static_cast<std::uint8_t>(value >> 8);
+    bytes[1] = static_cast<std::uint8_t>(value);
+}
+
+inline void WriteBig32(std::uint8_t* bytes, std::uint32_t value)
+{
+    WriteBig16(bytes, static_cast<std::uint16_t>(value >> 16));
+    WriteBig16(bytes + 2, static_cast<std::uint16_t>(value));
+}

@@ -1,0 +1,60 @@
+#include "sources/RawArray.h"
+
+#include <cstdlib>
+
+#include "device/Exchange.h"
+
+namespace {
+constexpr double kMicrovoltsPerMv = 1000.0;
+constexpr int kDefaultRate = 20000;
+}  // namespace
+
+Shared<double*> g_pECGRawData = nullptr;
+Shared<int> g_nECGRawSize = 0;
+Shared<double> g_nECGRawSampleRate = static_cast<double>(kDefaultRate);
+Shared<int> ECGFileUnitMV = 1;
+Shared<double*> g_pRespRawData = nullptr;
+Shared<int> g_nRespRawSize = 0;
+Shared<int> g_nRespSampleRate = kDefaultRate;
+
+double GetRawArrayPeriod()
+{
+    return g_pECGRawData == nullptr ? 0.0 : g_nECGRawSize / g_nECGRawSampleRate;
+}
+
+double RawArrayVoltage(double t)
+{
+    const double* samples = g_pECGRawData;
+    const double position = g_nECGRawSampleRate * t;
+    // Also false for a position that is no number.
+    if (samples == nullptr || !(position >= 0.0 && position < g_nECGRawSize)) return 0.0;
+    const double sample = samples[static_cast<int>(position)];
+    return ECGFileUnitMV != 0 ? sample : sample / kMicrovoltsPerMv;
+}
+
+void ReplaceRawArray(double* samples, int count, double rate)
+{
+    double* old;
+    {
+        CInterruptLock packetIsBuilt;
+        old = g_pECGRawData;
+        g_pECGRawData = samples;
+        g_nECGRawSize = count;
+        g_nECGRawSampleRate = rate;
+    }
+    std::free(old);
+}
+
+void FreeRawArrays()
+{
+    ReplaceRawArray(nullptr, 0, kDefaultRate);
+    double* old;
+    {
+        CInterruptLock packetIsBuilt;
+        old = g_pRespRawData;
+        g_pRespRawData = nullptr;
+        g_nRespRawSize = 0;
+        g_nRespSampleRate = kDefaultRate;
+    }
+    std::free(old);
+}

@@ -1,0 +1,46 @@
+// The instrument's flash: framed reads, writes and sector erases.
+//
+// Takes no lock itself: the caller holds one exchange over all frames of a record, so that no other
+// command and no stream packet comes between them. Every function stops at the first frame that is
+// not answered in full and acknowledged, and returns false; a destination then holds what came
+// before, and zeros.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "device/Exchange.h"
+
+enum class StorageChannel : std::uint8_t {
+    kMainBoard = 1,       // main board information
+    kECGBoard = 3,        // ECG calibration and manufacturing area
+    kECGVariableDC = 18,  // ECG DC variable calibration
+    kPPGModule = 19,      // PPG module, external respiration tables
+};
+
+constexpr std::size_t kFlashSectorBytes = 1024;
+
+struct FlashFrame {
+    std::uint8_t bytes[64];
+};
+FlashFrame MakeReadFrame(StorageChannel channel, std::uint32_t address, std::size_t count);
+
+// 16-bit words, most significant byte first on the wire.
+bool DoReadFlash(std::uint32_t address, StorageChannel channel, std::uint16_t* data,
+                 std::size_t words) REQUIRES(g_APICriticalSection, g_InterruptCriticalSection);
+bool DoWriteFlash(std::uint32_t address, StorageChannel channel, const std::uint16_t* data,
+                  std::size_t words) REQUIRES(g_APICriticalSection, g_InterruptCriticalSection);
+
+// Bytes as they are.
+bool DoReadFlash(std::uint32_t address, StorageChannel channel, std::uint8_t* data,
+                 std::size_t bytes) REQUIRES(g_APICriticalSection, g_InterruptCriticalSection);
+bool DoWriteFlash(std::uint32_t address, StorageChannel channel, const std::uint8_t* data,
+                  std::size_t bytes) REQUIRES(g_APICriticalSection, g_InterruptCriticalSection);
+bool FlashRead(StorageChannel channel, std::uint32_t address, void* data, std::size_t bytes)
+    REQUIRES(g_APICriticalSection, g_InterruptCriticalSection);
+bool FlashWrite(StorageChannel channel, std::uint32_t address, const void* data, std::size_t bytes)
+    REQUIRES(g_APICriticalSection, g_InterruptCriticalSection);
+
+// The sector of 1024 bytes at `address`. A full reply is enough, whatever it holds.
+bool FlashErase(StorageChannel channel, std::uint32_t address)
+    REQUIRES(g_APICriticalSection, g_InterruptCriticalSection);

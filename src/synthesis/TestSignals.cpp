@@ -1,0 +1,115 @@
+#include "synthesis/TestSignals.h"
+
+#include <cmath>
+#include <cstdlib>
+
+#include "synthesis/Callbacks.h"
+#include "synthesis/Numbers.h"
+#include "synthesis/Parameters.h"
+#include "synthesis/PlayClock.h"
+
+Shared<double> g_YY1079DynamicRangeMinVoltage = -300.0;
+Shared<double> g_YY1079DynamicRangeMaxVoltage = 300.0;
+Shared<double> g_YY1079DynamicRangeSlope = 1.0;
+
+namespace {
+constexpr double kMainsHz[] = {50.0, 60.0, 100.0, 120.0, 150.0, 180.0, 200.0, 240.0};
+constexpr int kMainsSelectors = 8;
+constexpr int kRandomSelector = 9;
+constexpr double kRandomMax = 2147483647.0;
+
+constexpr double kOverloadHz[] = {50.0, 60.0, 80.0, 100.0};
+constexpr int kOverloads = 4;
+constexpr double kOverloadMv = 500.0;
+
+// Input dynamic range: a ramp of 1 mV/s between two rests.
+constexpr double kRampStart = 20.0;
+constexpr double kRampEnd = 1220.0;
+constexpr double kRampRestMv = -300.0;
+constexpr double kRampStepMv = 0.5;
+constexpr double kTicksPerSecond = 10000.0;
+constexpr double kTicksPerStep = 5000.0;
+constexpr double kReportSeconds = 0.0003;
+
+double Uniform(double amplitude)
+{
+    return amplitude * (2.0 * static_cast<double>(std::rand()) / kRandomMax - 1.0) * 0.5;
+}
+
+double RestInputDynamicRange(CycleQuantities& c, double time)
+{
+    c.s_InputDynamicRangeDC = kRampRestMv;
+    c.s_InputDynamicRangeAC = 0.0;
+    const double reportUntil = (time < kRampStart ? 0.0 : kRampEnd) + kReportSeconds;
+    if (time < reportUntil) {
+        Tell(g_SyncDCOffsetCB, static_cast<int>(kRampRestMv), reportUntil, time);
+    }
+    return 0.0;
+}
+}  // namespace
+
+double VoltageNoiseAt(double time)
+{
+    const int selector = g_MainNoise;
+    if (selector == 0) return 0.0;
+    const double amplitude = g_MainsNoiseAmp;
+    if (selector >= 1 && selector <= kMainsSelectors) {
+        return amplitude / 2.0 * std::sin(kTwoPi * kMainsHz[selector - 1] * time);
+    }
+    return selector == kRandomSelector ? Uniform(amplitude) : 0.0;
+}
+
+double GetVoltageNoiseAmplitude() { return VoltageNoiseAt(s_t); }
+
+double DriftAt(double time)
+{
+    if (!g_AAMIDriftTest) return 0.0;
+    const double waveLength = g_AAMIDriftTestWaveLen;
+    const double slope = g_AAMIDriftTestSlope;
+    const double amplitude = g_AAMIDriftTestAmp;
+    const double tau = time - waveLength * Truncate(time / waveLength);
+    if (tau < 0.25 * waveLength) return slope * tau;
+    if (tau < 0.75 * waveLength) return amplitude - slope * tau;
+    return slope * tau - 2.0 * amplitude;
+}
+
+double NstNoiseAt(double) { return 0.0; }
+
+double GetNstNoise() { return NstNoiseAt(s_t); }
+
+double YY1079DynamicRangePeriod()
+{
+    return 2.0 * (g_YY1079DynamicRangeMaxVoltage - g_YY1079DynamicRangeMinVoltage) /
+           g_YY1079DynamicRangeSlope;
+}
+
+double getYY1079DynamicRangeVoltage(double tc)
+{
+    const double half = YY1079DynamicRangePeriod() / 2.0;
+    if (tc < half) return g_YY1079DynamicRangeMinVoltage + g_YY1079DynamicRangeSlope * tc;
+    return g_YY1079DynamicRangeMaxVoltage - g_YY1079DynamicRangeSlope * (tc - half);
+}
+
+// The DC part steps once each 0.5 s, at the first sample that rounds to the multiple, and the AC
+// part falls in between.
+double AdvanceInputDynamicRange(CycleQuantities& c, double time, int sampleRate)
+{
+    if (time < kRampStart || time >= kRampEnd) return RestInputDynamicRange(c, time);
+    const double ticks = RoundHalfUp((time - kRampStart) * kTicksPerSecond);
+    const double dc = kRampRestMv - kRampStepMv * FloorOf(ticks / kTicksPerStep);
+    if (dc < c.s_InputDynamicRangeDC) {
+        Tell(g_SyncDCOffsetCB, SaturateTo<int>(dc), dc, c.s_InputDynamicRangeDC);
+        c.s_InputDynamicRangeDC = dc;
+        c.s_InputDynamicRangeAC = 0.0;
+    } else {
+        c.s_InputDynamicRangeAC -= 1.0 / sampleRate;
+    }
+    return c.s_InputDynamicRangeAC;
+}
+
+double _GetBaselineOverload(double tc)
+{
+    const int test = g_BaseLineOverload;
+    if (test < 1 || test > kOverloads) return 0.0;
+    return kOverloadMv * std::sin(kTwoPi * kOverloadHz[test - 1] * tc);
+}

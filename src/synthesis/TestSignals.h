@@ -1,0 +1,26 @@
+// Disturbances and slow test signals, in mV at play times in s.
+#pragma once
+
+#include "synthesis/BeatModel.h"
+
+// Mains interference or random noise; added to functions 7, 14 and 17.
+double VoltageNoiseAt(double time);
+double GetVoltageNoiseAmplitude();
+// The AAMI baseline drift triangle, 0 while the test is off; added to functions 7 and 14.
+double DriftAt(double time);
+// The sample of the selected noise-stress record. No record is built in yet: 0.
+double NstNoiseAt(double time);
+double GetNstNoise();
+
+extern Shared<double> g_YY1079DynamicRangeMinVoltage;
+extern Shared<double> g_YY1079DynamicRangeMaxVoltage;
+extern Shared<double> g_YY1079DynamicRangeSlope;  // mV/s
+double YY1079DynamicRangePeriod();
+// The triangle ramp at a time in its cycle.
+double getYY1079DynamicRangeVoltage(double tc);
+
+// One sample of the input dynamic range ramp: advances the state in `cycle`, returns the AC part.
+double AdvanceInputDynamicRange(CycleQuantities& cycle, double time, int sampleRate);
+
+// The overload sine of the baseline-reset test, 0 for other test values than 1 to 4.
+double _GetBaselineOverload(double tc);
