@@ -79,14 +79,16 @@ int DoFindDevice(int port)
 {
     char path[512];
     std::snprintf(path, sizeof path, "%s/%s%d", kDeviceDirectory, kNodePrefix, port);
-    g_hDevice = open(path, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-    if (g_hDevice == -1) return 0;
+    const int file = open(path, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+    if (file == -1) return 0;
+    // Not the library's port before the lock is: no command may go to another process's instrument.
     if (LockDeviceFile(port) == 0) {
-        DeviceClose();
+        CloseHandle(file);
         return 0;
     }
+    g_hDevice = file;
     DeviceCancelIO();
-    ConfigurePort(static_cast<int>(g_hDevice));
+    ConfigurePort(file);
     if (s_probe == nullptr || !s_probe()) {
         DeviceClose();
         return 0;

@@ -9,6 +9,8 @@
 
 namespace {
 constexpr useconds_t kPauseUs = 1000;     // a read of the poll thread in progress ends
+constexpr unsigned kPassWaitMs = 10;
+constexpr int kPassLooks = 20;
 constexpr unsigned kRecheckMs = 50;       // whether there is still something to wait for
 constexpr unsigned kSensorWaitMs = 1000;  // a silent photodiode sensor never locks the API
 constexpr std::int64_t kNsPerMs = 1000000;
@@ -20,6 +22,10 @@ thread_local int t_exchangeDepth = 0;
 
 enum class LineState { kNotTaken, kGranted, kGivenUp };
 thread_local LineState t_line = LineState::kNotTaken;
+
+// A thread wants the line for a packet, and has got it.
+Shared<bool> s_ownerWaits = false;
+CManualResetEvent s_ownerPassed(false);
 
 // How many callers want the waiting commands gone, and the event that tells them.
 std::atomic<int> s_releasers{0};
@@ -110,7 +116,11 @@ bool CInterruptLock::IsHeldByThisThread() { return t_interruptDepth > 0; }
 
 CLineOwner::CLineOwner()
 {
+    s_ownerPassed.ResetEvent();
+    s_ownerWaits = true;
     g_InterruptCriticalSection.Lock();
+    s_ownerWaits = false;
+    s_ownerPassed.SetEvent();
     ++t_interruptDepth;
     ++t_lineOwnerDepth;
 }
@@ -139,16 +149,17 @@ CExchange::CExchange(Line) NO_THREAD_SAFETY_ANALYSIS { ++t_exchangeDepth; }
 
 CExchange::CExchange() NO_THREAD_SAFETY_ANALYSIS : CExchange(Line::kLater) { TakeLine(); }
 
-// While streaming, one command goes into one gap: the play thread, which is waiting for the
-// interrupt lock, comes before the next command.
 CExchange::~CExchange() NO_THREAD_SAFETY_ANALYSIS
 {
     if (--t_exchangeDepth > 0 || t_line == LineState::kNotTaken) return;
     t_line = LineState::kNotTaken;
-    if (t_lineOwnerDepth == 0 && s_ECGGoing && g_bConnected != 0) {
-        g_hProcessRequestEvent.ResetEvent();
-    }
     ResumePollingThread();
+}
+
+CExchange::CPassLine::~CPassLine()
+{
+    if (t_interruptDepth > 0) return;  // the line stays with this thread
+    for (int i = 0; s_ownerWaits && i < kPassLooks; ++i) s_ownerPassed.WaitTimeout(kPassWaitMs);
 }
 
 bool CExchange::TakeLine()

@@ -99,7 +99,18 @@ public:
                   unsigned waitMs = 0);
 
 private:
+    // After the interrupt lock was given back and before the API lock is: the thread that waits to
+    // send the next packet comes first, so that one command goes into one gap.
+    class CPassLine {
+    public:
+        CPassLine() = default;
+        ~CPassLine();
+        CPassLine(const CPassLine&) = delete;
+        CPassLine& operator=(const CPassLine&) = delete;
+    };
+
     CApiLock api_;
+    CPassLine pass_;
     CInterruptLock interrupt_;
 };
 

@@ -38,14 +38,15 @@ constexpr double kClockDrift = 3e-5;
 double lastResistance = 0.0;
 
 struct SampleClock {
-    int rate;
-    double dt;
+    double dt;      // s, rounded from extended precision
+    double step;    // s, 1 / rate
+    double behind;  // s that the play clock falls behind with each sample
 };
 
 SampleClock ClockOfPacket()
 {
     const int rate = _GetSampleRate();
-    return {rate, static_cast<double>(1.0L / rate)};
+    return {static_cast<double>(1.0L / rate), 1.0 / rate, kClockDrift / rate};
 }
 
 // The PPG channels that a frame carries, in slot order.
@@ -120,9 +121,9 @@ void AdvanceClock(double dt)
 // After a step too many the next sample repeats this one's time.
 void CompensateDrift(const SampleClock& clock)
 {
-    const double step = 1.0 / clock.rate;
-    if (g_fDelayAccumulated < step) return;
-    g_fDelayAccumulated -= step;
+    g_fDelayAccumulated += clock.behind;
+    if (g_fDelayAccumulated < clock.step) return;
+    g_fDelayAccumulated -= clock.step;
     s_t -= clock.dt;
     s_tg -= clock.dt;
 }
@@ -134,7 +135,6 @@ void FillEcgFrame(std::uint8_t* frame, const SampleClock& clock)
         AdvanceScan();
         CheckChange(clock.dt);
         AdvanceClock(clock.dt);
-        g_fDelayAccumulated += kClockDrift / clock.rate;
         if (s_PacingPulseRaised) {
             frame[kMarkerOffset] = static_cast<std::uint8_t>(k + 1);
             s_PacingPulseRaised = false;
@@ -181,7 +181,6 @@ void FillPPGFrame(std::uint8_t* frame, const ChannelList& list, int samples,
         AdvanceScan();
         CheckChange(clock.dt);
         AdvanceClock(clock.dt);
-        g_fDelayAccumulated += kClockDrift / clock.rate;
         CompensateDrift(clock);
     }
 }

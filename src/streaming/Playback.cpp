@@ -94,6 +94,8 @@ void* StartPlayThread(void*)
     g_fDelayAccumulated = 0.0;
     g_fPacingDelayAccumulated = 0.0;
     if (WaitExternalSynchronizationSignal() && SendFirstPacket()) {
+        // The instrument may have gone while the run waited for its signal.
+        if (g_bConnected == 0) _StartSimulationTimer(OnTick);
         g_hReadEvent.SetEvent();
         PlayUntilStopped();
     }

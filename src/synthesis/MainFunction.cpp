@@ -30,6 +30,11 @@ double s_FreqMod_Phase = 0.0;
 
 double ClampTo(double v, double limit) { return v > limit ? limit : v < -limit ? -limit : v; }
 
+int RateAt(const SamplePosition& position)
+{
+    return position.sampleRate != 0 ? position.sampleRate : _GetSampleRate();
+}
+
 void CheckLoop(bool loops, const CycleQuantities& cycle, const SamplePosition& position)
 {
     if (loops || !(position.s_t > cycle.s_tp)) return;
@@ -117,7 +122,7 @@ double ModulatedTime(int function, const CycleQuantities& c, const SamplePositio
 {
     const double depth = s_FreqModHz;
     if (depth == 0.0) return t;
-    const double rate = position.sampleRate;
+    const double rate = RateAt(position);
     const bool running = function == OUTPUT_ECG ? position.s_t >= 1.0 / rate : position.s_t > 0.0;
     if (running) {
         s_FreqMod_Phase += (c.frequency + depth * r) / rate;
@@ -180,7 +185,7 @@ double MainFunctionVoltage(int function, CycleQuantities& c, const SamplePositio
                        : -c.s_A * std::exp(-(t - 0.5) / kDecaySeconds);
     case OUTPUT_ECG_FILE: return RawSample(c, position, t);
     case OUTPUT_INPUT_DYNAMIC_RANGE:
-        return AdvanceInputDynamicRange(c, position.s_t, position.sampleRate);
+        return AdvanceInputDynamicRange(c, position.s_t, RateAt(position));
     case OUTPUT_IEC247:
         CheckLoop(s_loopPlay, c, position);
         return IEC247Voltage(SpecialWaveFormNo, t);
@@ -197,5 +202,5 @@ double MainFunctionVoltage(int function, CycleQuantities& c, const SamplePositio
 
 double _GetMainFunctionVoltage(double t)
 {
-    return MainFunctionVoltage(g_MainOutput, g_Cycle.Read(), {s_t, _GetSampleRate()}, t);
+    return MainFunctionVoltage(g_MainOutput, g_Cycle.Read(), {s_t}, t);
 }

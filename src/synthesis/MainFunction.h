@@ -5,8 +5,8 @@
 
 // Where a sample stands in the run.
 struct SamplePosition {
-    double s_t;      // s since the output function was selected
-    int sampleRate;  // samples/s
+    double s_t;          // s since the output function was selected
+    int sampleRate = 0;  // samples/s; 0: the stream's
     // Set when a waveform that plays once has passed its end. Null: the handler below is told.
     bool* ended = nullptr;
 };

@@ -30,7 +30,7 @@ EcgSample ComputeSample(double t)
     if (g_bECGOutputEnabled) {
         CycleQuantities& cycle = g_Cycle.Read();
         const double tc = PhaseIn(t, cycle.s_tp);
-        sample.ac = _GetMainFunctionVoltage(tc);
+        sample.ac = MainFunctionVoltage(g_MainOutput, cycle, {s_t}, tc);
         double extra = 0.0;
         sample.dc = _GetPacingV5(cycle, extra, tc);
         if (g_BaseLineOverload != 0 && g_MainOutput == OUTPUT_SINE) {
