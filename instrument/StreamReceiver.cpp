@@ -36,6 +36,7 @@ Received StreamReceiver::Receive(std::span<const std::uint8_t> packet, const Rel
     ++stats_.packets;
     stats_.lastArrival = now;
     isStop_ = false;
+    replied_ = {};
     if (!received.refusal.empty()) {
         ++stats_.frameErrors;
         return received;
@@ -120,7 +121,6 @@ void StreamReceiver::Decode(std::span<const std::uint8_t> packet, std::vector<Sa
     if (isResting_) {
         isCandidate_ = true;
         candidateSamples_ = packetSamples_;
-        candidateReplied_ = {};
         if (IsDecoding()) candidate_.assign(packet.begin(), packet.end());
         return;
     }
@@ -174,7 +174,7 @@ void StreamReceiver::Replied(Clock::time_point now)
 {
     if (stats_.firstReply == Clock::time_point{}) stats_.firstReply = now;
     stats_.lastReply = now;
-    candidateReplied_ = now;
+    replied_ = now;
 }
 
 void StreamReceiver::SetDcWords(const DcWords& words)
@@ -187,8 +187,8 @@ void StreamReceiver::SetDcWords(const DcWords& words)
 StreamStatistics StreamReceiver::Statistics(Clock::time_point now) const
 {
     StreamStatistics stats = stats_;
-    const bool isQuiet = isCandidate_ && candidateReplied_ != Clock::time_point{} &&
-                         now - candidateReplied_ > kQuietAfterStop;
+    const bool isQuiet = isCandidate_ && replied_ != Clock::time_point{} &&
+                         now - replied_ > kQuietAfterStop;
     if (isQuiet) {
         ++stats.stopPackets;
         stats.running = false;

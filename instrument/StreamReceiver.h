@@ -75,7 +75,7 @@ private:
     bool isCandidate_ = false; // the last packet has resting content and ends the run or goes on
     unsigned candidateSamples_ = 0;
     Bytes candidate_;          // its bytes while samples are decoded
-    Clock::time_point candidateReplied_;
+    Clock::time_point replied_;  // to the last packet
 
     bool decodeAlways_ = false;
     std::size_t keepSamples_;

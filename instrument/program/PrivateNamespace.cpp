@@ -28,8 +28,7 @@ struct Entry {
 };
 constexpr Entry kEntries[] = {
     {"null", true},  {"zero", true},  {"full", true}, {"random", true}, {"urandom", true},
-    {"tty", false},  {"ptmx", true},  {"pts", true},  {"shm", false},   {"mqueue", false},
-    {"dri", false},  {"snd", false},
+    {"tty", false},  {"shm", false},  {"mqueue", false}, {"dri", false},   {"snd", false},
 };
 struct Link {
     const char* name;
@@ -40,6 +39,7 @@ constexpr Link kLinks[] = {
     {"stdin", "/proc/self/fd/0"},
     {"stdout", "/proc/self/fd/1"},
     {"stderr", "/proc/self/fd/2"},
+    {"ptmx", "pts/ptmx"},
 };
 
 [[noreturn]] void Fail(const std::string& what)
@@ -113,20 +113,6 @@ void PutBack(const Held& entry)
     close(entry.descriptor);
 }
 
-// Where the terminals of the old /dev cannot be opened through the new one, it gets its own.
-void EnsureTerminals()
-{
-    const int master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    if (master >= 0) {
-        close(master);
-        return;
-    }
-    Mount("devpts", "/dev/pts", "devpts", MS_NOSUID | MS_NOEXEC, "newinstance,ptmxmode=0666");
-    umount2("/dev/ptmx", MNT_DETACH);
-    unlink("/dev/ptmx");
-    if (symlink("pts/ptmx", "/dev/ptmx") != 0) Fail("/dev/ptmx");
-}
-
 void MakeDev()
 {
     const std::vector<Held> held = HoldEntries();
@@ -135,7 +121,10 @@ void MakeDev()
     for (const Link& link : kLinks) {
         if (symlink(link.target, fmt::format("/dev/{}", link.name).c_str()) != 0) Fail(link.name);
     }
-    EnsureTerminals();
+    // Terminals of its own: those of the old /dev cannot be opened through another path.
+    mkdir("/dev/pts", 0755);
+    Mount("vrax-pts", "/dev/pts", "devpts", MS_NOSUID | MS_NOEXEC,
+          "newinstance,ptmxmode=0666,mode=0600");
 }
 
 void MakeLockDirectory()

@@ -6,6 +6,7 @@
 #include "api/Setters.h"
 #include "device/Identification.h"
 #include "ppg/Sensor.h"
+#include "storage/ModelRecord.h"
 #include "storage/Records.h"
 #include "vrax.h"
 

@@ -7,6 +7,7 @@
 #include "ppg/Sensor.h"
 #include "ppg/TransmissionRate.h"
 #include "storage/Calibration.h"
+#include "storage/ModelRecord.h"
 #include "storage/Records.h"
 #include "streaming/Change.h"
 #include "streaming/OutputSelection.h"
@@ -67,7 +68,8 @@ void SwitchDynamicLightOff() { SetDynamicLight(0); }
 void WireRooms()
 {
     SetDeviceProbe(IsTargetDevice);
-    SetProbeCommands({StopSampling, ClearPPGFactorySettings, SwitchDynamicLightOff});
+    SetProbeCommands({StopSampling, ClearPPGFactorySettings, SwitchDynamicLightOff,
+                      ReadMainModelRecord, ReadModuleModelRecord});
     SetConnectionSteps({Opened, ConnectedPostProcessing, ResumeRun, Lost});
     SetChangeHandler(ApplyPendingChange);
     SetRunSteps({_UpdateFreqScanIfRequired, PlayPostProcessing});

@@ -7,7 +7,6 @@
 #include "device/Exchange.h"
 #include "device/ModuleList.h"
 #include "platform/ByteOrder.h"
-#include "storage/Flash.h"
 
 namespace {
 constexpr unsigned kIdentifyWaitMs = 80;
@@ -15,20 +14,14 @@ constexpr unsigned kInformationWaitMs = 100;
 constexpr unsigned kIdentifyReplyBytes = 12;
 constexpr unsigned kInformationReplyBytes = 5;
 constexpr unsigned kMaxDrainedBlocks = 256;
-constexpr unsigned kRecordBytes = 12;
 constexpr LEDType kNoLed = 3;
-constexpr std::uint8_t kRecordLetter = 'T';
-constexpr unsigned kRecordOffset = 16;  // of flash data in a frame
-constexpr unsigned kHardwareOffset = kRecordOffset + 8;
-constexpr std::uint8_t kAcknowledged = 0xFF;
-constexpr std::uint8_t kWrite = 0xFF;
 constexpr std::size_t kSerialNumberLength = 14;
 constexpr int kSixteenBits = 16;
 constexpr int kTwelveBits = 12;
 
 ProbeCommands s_commands = {};
 
-MODEL_INFORMATION ParseModelRecord(const std::uint8_t (&record)[kRecordBytes])
+MODEL_INFORMATION ParseModelRecord(const std::uint8_t (&record)[kModelRecordBytes])
 {
     MODEL_INFORMATION info = {};
     info.typeLetters[0] = static_cast<char>(record[1]);
@@ -85,10 +78,9 @@ bool AnswersInformation(const HardwareInformation& info)
 }
 
 bool ReadMainRecord(HardwareInformation& hardware)
-    REQUIRES(g_APICriticalSection, g_InterruptCriticalSection)
 {
-    std::uint8_t record[kRecordBytes];
-    if (!FlashRead(StorageChannel::kMainBoard, 0, record, sizeof record)) return false;
+    std::uint8_t record[kModelRecordBytes];
+    if (!s_commands.readMainRecord(record)) return false;
     g_ModelInfo.Store(ParseModelRecord(record));
     hardware.firmwareMajor = record[10];
     hardware.firmwareMinor = record[11];
@@ -115,10 +107,9 @@ bool ReadMainVersions(CExchange& line)
 }
 
 bool ReadModuleRecord(HardwareInformation& versions)
-    REQUIRES(g_APICriticalSection, g_InterruptCriticalSection)
 {
-    std::uint8_t record[kRecordBytes];
-    if (!FlashRead(StorageChannel::kPPGModule, 0, record, sizeof record)) return false;
+    std::uint8_t record[kModelRecordBytes];
+    if (!s_commands.readModuleRecord(record)) return false;
     g_PPGModelInfo.Store(ParseModelRecord(record));
     versions = g_PPGHWInfo.Load();
     versions.hardwareMajor = record[8];
@@ -143,7 +134,6 @@ bool ReadModuleVersions(CExchange& line, HardwareInformation& versions)
 
 // Stops at the first step that fails; what was read by then stays.
 void UpdateDeviceInformation(CExchange& line)
-    REQUIRES(g_APICriticalSection, g_InterruptCriticalSection)
 {
     ForgetDevice();
     s_commands.clearPPGFactorySettings();
@@ -176,24 +166,6 @@ bool DrainPort()
         if (DeviceReadData(block, sizeof block) == 0) return true;
     }
     return false;
-}
-
-// Reads the frame of the main record, and turns it into the frame that writes it back.
-bool ReadFrameForRewrite(CExchange& line, std::uint8_t (&frame)[kReplyBytes])
-    REQUIRES(g_APICriticalSection, g_InterruptCriticalSection)
-{
-    const FlashFrame read = MakeReadFrame(StorageChannel::kMainBoard, 0, kRecordBytes);
-    if (!line.Transact(read.bytes, sizeof read.bytes, frame)) return false;
-    if (!FlashErase(StorageChannel::kMainBoard, 0)) return false;
-    frame[3] = kWrite;
-    frame[4] = 0;
-    return true;
-}
-
-bool WriteRecordFrame(CExchange& line, const std::uint8_t (&frame)[kReplyBytes])
-{
-    std::uint8_t reply[kReplyBytes];
-    return line.Transact(frame, sizeof frame, reply) && reply[4] == kAcknowledged;
 }
 }  // namespace
 
@@ -237,39 +209,6 @@ int ExtRespIsAvailable()
 {
     const MODEL_INFORMATION info = g_PPGModelInfo.Load();
     return info.typeLetters[0] == 'E' && info.typeLetters[1] == 'R' ? 1 : 0;
-}
-
-bool SetModelInfo(const MODEL_INFORMATION* record)
-{
-    CExchange line;
-    std::uint8_t frame[kReplyBytes];
-    if (!ReadFrameForRewrite(line, frame)) return false;
-    std::uint8_t* data = frame + kRecordOffset;
-    data[0] = kRecordLetter;
-    data[1] = static_cast<std::uint8_t>(record->typeLetters[0]);
-    data[2] = static_cast<std::uint8_t>(record->typeLetters[1]);
-    data[3] = record->modelCode[0];
-    data[4] = record->modelCode[1];
-    data[5] = static_cast<std::uint8_t>(record->yearOrLot);
-    WriteBig16(data + 6, static_cast<std::uint16_t>(record->sequenceNumber));
-    if (!WriteRecordFrame(line, frame)) return false;
-    g_ModelInfo.Store(*record);
-    return true;
-}
-
-bool SetHWInfo(int major, int minor)
-{
-    CExchange line;
-    std::uint8_t frame[kReplyBytes];
-    if (!ReadFrameForRewrite(line, frame)) return false;
-    frame[kHardwareOffset] = static_cast<std::uint8_t>(major);
-    frame[kHardwareOffset + 1] = static_cast<std::uint8_t>(minor);
-    if (!WriteRecordFrame(line, frame)) return false;
-    HardwareInformation info = g_HWInfo.Load();
-    info.hardwareMajor = static_cast<std::uint32_t>(major);
-    info.hardwareMinor = static_cast<std::uint32_t>(minor);
-    g_HWInfo.Store(info);
-    return true;
 }
 
 const char* FormatSerialNumber(const MODEL_INFORMATION& record, char* buffer)

@@ -36,16 +36,18 @@ bool _IsPPGConnected();
 // The accessory is the external respiration module; not 0 when present.
 int ExtRespIsAvailable();
 
-bool SetModelInfo(const MODEL_INFORMATION* record);
-bool SetHWInfo(int major, int minor);
-
 // "T%c%c%02x%02x-%02d%04d", or the empty string when that has not 14 characters. `buffer` holds 32.
 const char* FormatSerialNumber(const MODEL_INFORMATION& record, char* buffer);
 
-// Device commands of other rooms that the probe needs.
+constexpr unsigned kModelRecordBytes = 12;
+
+// What the probe needs of the rooms above.
 struct ProbeCommands {
     void (*stopSampling)();
     void (*clearPPGFactorySettings)();
     void (*switchDynamicLightOff)();
+    // The records in the instrument's flash; false when they cannot be read.
+    bool (*readMainRecord)(std::uint8_t (&record)[kModelRecordBytes]);
+    bool (*readModuleRecord)(std::uint8_t (&record)[kModelRecordBytes]);
 };
 void SetProbeCommands(const ProbeCommands& commands);

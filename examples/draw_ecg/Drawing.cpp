@@ -1,0 +1,256 @@
+#include "draw_ecg/Drawing.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+
+#include <fmt/format.h>
+
+#include "draw_ecg/EcgPaper.h"
+
+namespace ecg {
+
+namespace {
+
+constexpr double kMmPerSecond = 25.0;
+constexpr double kMmPerMv = 10.0;
+constexpr double kRowSeconds = 6.0;
+constexpr double kSpill = 0.1;  // s that are not worth a row of their own
+
+// Lengths in mm. A row is eight squares of the paper high.
+constexpr double kMargin = 7.0;
+constexpr double kHeader = 24.0;
+constexpr double kCalibration = 15.0;  // room for the pulse in front of each row
+constexpr double kRowWidth = kCalibration + kRowSeconds * kMmPerSecond;
+constexpr double kRowHeight = 40.0;
+constexpr double kBaseline = 30.0;  // below the top of its row
+constexpr double kRequestLine = 3.2;
+constexpr double kArrowLine = 6.0;
+constexpr double kLabelBaseline = 4.0;
+constexpr double kSecondsBaseline = 35.2;
+constexpr double kPhaseBaseline = 38.3;
+constexpr double kPhaseBar = 39.2;
+constexpr double kLabelRoom = 30.0;
+constexpr double kTraceWidth = 0.36;
+constexpr double kTraceStep = 0.06;  // the samples of so many mm become one stroke
+
+constexpr double kPulseMv = 1.0;
+constexpr double kPulseSeconds = 0.2;
+
+constexpr Colour kRequestColour{0.05, 0.30, 0.62};
+constexpr Colour kFailed{0.78, 0.08, 0.08};
+constexpr Colour kPassed{0.06, 0.45, 0.22};
+constexpr Colour kPhaseColours[] = {{0.05, 0.42, 0.44}, {0.55, 0.29, 0.02}, {0.40, 0.16, 0.52}};
+
+class Renderer {
+public:
+    explicit Renderer(const Page& page)
+        : page_(page),
+          rows_(CountRows(page.recording)),
+          paper_(kRowWidth + 2 * kMargin, kHeader + rows_ * kRowHeight + kMargin, page.pixelsPerMm)
+    {}
+
+    void Draw()
+    {
+        DrawHeader();
+        paper_.Grid(kMargin, kHeader, kRowWidth, rows_ * kRowHeight);
+        for (int row = 0; row < rows_; ++row) {
+            DrawSeconds(row);
+            DrawPhases(row);
+            DrawCalibration(row);
+            DrawTrace(row);
+        }
+        for (std::size_t i = 1; i < page_.phases.size(); ++i) DrawChange(i);
+    }
+    void Save(const std::string& path) { paper_.Save(path); }
+
+private:
+    static int CountRows(const Recording& recording)
+    {
+        const double duration = recording.End() - recording.start;
+        return std::max(1, static_cast<int>(std::ceil((duration - kSpill) / kRowSeconds)));
+    }
+    static double Top(int row) { return kHeader + row * kRowHeight; }
+    int RowOf(double time) const
+    {
+        return std::min(static_cast<int>(time / kRowSeconds), rows_ - 1);
+    }
+    static double X(int row, double time)
+    {
+        return kMargin + kCalibration + (time - row * kRowSeconds) * kMmPerSecond;
+    }
+    static double Y(int row, double mv) { return Top(row) + kBaseline - mv * kMmPerMv; }
+    static const Colour& ColourOf(std::size_t phase)
+    {
+        return kPhaseColours[phase % std::size(kPhaseColours)];
+    }
+
+    void DrawHeader();
+    void DrawSeconds(int row);
+    void DrawPhases(int row);
+    void DrawPhase(int row, std::size_t index, double from, double to);
+    void DrawCalibration(int row);
+    void DrawTrace(int row);
+    void DrawChange(std::size_t index);
+
+    const Page& page_;
+    int rows_;
+    EcgPaper paper_;
+};
+
+void Renderer::DrawHeader()
+{
+    const bool isGood = std::all_of(page_.phases.begin(), page_.phases.end(),
+                                    [](const Phase& p) { return p.Agrees(); }) &&
+                        page_.statistics.sequenceErrors == 0;
+    const double right = kMargin + kRowWidth;
+    paper_.Text(kMargin, 10.5, "ECG as the instrument received it", {.size = 5.0, .isBold = true});
+    paper_.Text(right, 10.5, isGood ? "measured as asked" : "NOT as asked",
+                {.size = 4.0,
+                 .colour = isGood ? kPassed : kFailed,
+                 .anchor = Anchor::Right,
+                 .isBold = true});
+    paper_.Text(kMargin, 17.5, "25 mm/s     10 mm/mV", {.size = 3.2});
+    const Statistics& s = page_.statistics;
+    paper_.Text(right, 17.5,
+                fmt::format("{} packets,  {} samples at {:.0f} per second,  {} sequence errors",
+                            s.packets, s.samples, page_.recording.rate, s.sequenceErrors),
+                {.size = 3.2, .colour = kGrey, .anchor = Anchor::Right});
+}
+
+void Renderer::DrawSeconds(int row)
+{
+    const int first = static_cast<int>(row * kRowSeconds);
+    for (int second = first; second <= first + static_cast<int>(kRowSeconds); ++second) {
+        const double x = X(row, second);
+        paper_.Line(x, Y(row, 0) + 2.0, x, Y(row, 0) + 2.8, kGrey, 0.25);
+        const bool isLast = second == first + static_cast<int>(kRowSeconds);
+        paper_.Text(isLast ? x - 0.6 : x, Top(row) + kSecondsBaseline, fmt::format("{} s", second),
+                    {.size = 2.2,
+                     .colour = kGrey,
+                     .anchor = isLast ? Anchor::Right : Anchor::Centre,
+                     .hasHalo = true});
+    }
+}
+
+void Renderer::DrawPhases(int row)
+{
+    const double rowStart = row * kRowSeconds;
+    const double rowEnd = rowStart + kRowSeconds;
+    for (std::size_t i = 0; i < page_.phases.size(); ++i) {
+        if (!page_.phases[i].isSeen) continue;
+        double end = page_.recording.End();
+        for (std::size_t k = i + 1; k < page_.phases.size(); ++k) {
+            if (page_.phases[k].isSeen) end = std::min(end, page_.phases[k].inForce);
+        }
+        const double from = std::max(page_.phases[i].inForce, rowStart);
+        const double to = std::min(end, rowEnd);
+        if (from < to) DrawPhase(row, i, from, to);
+    }
+}
+
+void Renderer::DrawPhase(int row, std::size_t index, double from, double to)
+{
+    const Phase& phase = page_.phases[index];
+    const double x = X(row, from);
+    paper_.Bar(x, Top(row) + kPhaseBar, X(row, to) - x, kRowHeight - kPhaseBar, ColourOf(index));
+    paper_.Text(x, Top(row) + kPhaseBaseline,
+                fmt::format("{:g} bpm asked, {:.2f} measured   {:g} mV asked, {:.3f} measured",
+                            phase.asked.bpm, phase.bpm, phase.asked.mv, phase.mv),
+                {.size = 2.5,
+                 .colour = phase.Agrees() ? ColourOf(index) : kFailed,
+                 .isBold = true,
+                 .hasHalo = true});
+}
+
+// The mark of 1 mV and 0.2 s that stands in front of a row of an ECG.
+void Renderer::DrawCalibration(int row)
+{
+    constexpr double kFoot = 2.5;
+    const double width = kPulseSeconds * kMmPerSecond;
+    double x = kMargin + kFoot;
+    paper_.MoveTo(x, Y(row, 0));
+    paper_.LineTo(x += kFoot, Y(row, 0));
+    paper_.LineTo(x, Y(row, kPulseMv));
+    paper_.LineTo(x += width, Y(row, kPulseMv));
+    paper_.LineTo(x, Y(row, 0));
+    paper_.LineTo(x += kFoot, Y(row, 0));
+    paper_.Stroke(kInk, kTraceWidth);
+    paper_.Text(kMargin + kFoot + kFoot + width / 2.0, Y(row, kPulseMv) - 1.2, "1 mV",
+                {.size = 2.2, .colour = kGrey, .anchor = Anchor::Centre, .hasHalo = true});
+}
+
+// Lowest and highest sample of each short piece, in the order in which they come.
+void Renderer::DrawTrace(int row)
+{
+    const Recording& recording = page_.recording;
+    const auto sampleAt = [&](double time) {
+        const double index = std::max(0.0, std::ceil((time - recording.start) * recording.rate));
+        return std::min(static_cast<std::size_t>(index), recording.mv.size());
+    };
+    const std::size_t end = sampleAt((row + 1) * kRowSeconds);
+    const auto step =
+        static_cast<std::ptrdiff_t>(std::max(1.0, kTraceStep / kMmPerSecond * recording.rate));
+    auto at = recording.mv.begin() + static_cast<std::ptrdiff_t>(sampleAt(row * kRowSeconds));
+    const auto last = recording.mv.begin() + static_cast<std::ptrdiff_t>(end);
+    const auto point = [&](std::vector<double>::const_iterator sample) {
+        const double time =
+            recording.TimeAt(static_cast<std::size_t>(sample - recording.mv.begin()));
+        paper_.LineTo(X(row, time), Y(row, *sample));
+    };
+    while (at != last) {
+        const auto next = last - at > step ? at + step : last;
+        const auto range = std::minmax_element(at, next);
+        point(std::min(range.first, range.second));
+        point(std::max(range.first, range.second));
+        at = next;
+    }
+    paper_.Stroke(kInk, kTraceWidth);
+}
+
+// A dashed line where the change was asked for, an arrow to where it is in force.
+void Renderer::DrawChange(std::size_t index)
+{
+    const Phase& phase = page_.phases[index];
+    const Request& before = page_.phases[index - 1].asked;
+    const int row = RowOf(phase.asked.time);
+    const double x = X(row, phase.asked.time);
+    const double top = Top(row);
+    std::string asked;
+    if (phase.asked.bpm != before.bpm) asked += fmt::format("{:g} bpm ", phase.asked.bpm);
+    if (phase.asked.mv != before.mv) asked += fmt::format("{:g} mV ", phase.asked.mv);
+    asked += "asked";
+
+    paper_.Line(x, top + kRequestLine, x, Y(row, 0) + 1.5, kRequestColour, 0.3, true);
+    const bool hasRoom = x - kMargin - kCalibration > kLabelRoom || !phase.isSeen;
+    TextStyle style{.size = 2.8, .colour = kRequestColour, .isBold = true, .hasHalo = true};
+    if (hasRoom) style.anchor = Anchor::Right;
+    paper_.Text(hasRoom ? x - 0.8 : x, top + (hasRoom ? kLabelBaseline + 1.2 : kRequestLine - 0.6),
+                asked, style);
+    if (!phase.isSeen) return;
+
+    const int effectRow = RowOf(phase.inForce);
+    const double effectX = X(effectRow, phase.inForce);
+    const double effectTop = Top(effectRow);
+    paper_.Line(effectX, effectTop + kRequestLine, effectX, Y(effectRow, 0) + 1.5, ColourOf(index),
+                0.4);
+    if (effectRow == row) paper_.Arrow(x, effectX, top + kArrowLine, kRequestColour);
+    paper_.Text(effectX + 0.9, effectTop + kLabelBaseline + 1.2,
+                phase.isAtCycleEnd ? "in force, from the end of the cycle"
+                                   : "in force, later than the end of the cycle",
+                {.size = 2.8,
+                 .colour = phase.isAtCycleEnd ? ColourOf(index) : kFailed,
+                 .isBold = true,
+                 .hasHalo = true});
+}
+
+}  // namespace
+
+void DrawPage(const Page& page, const std::string& path)
+{
+    Renderer renderer(page);
+    renderer.Draw();
+    renderer.Save(path);
+}
+
+}  // namespace ecg

@@ -1,0 +1,130 @@
+#include "draw_ecg/EcgPaper.h"
+
+#include <cmath>
+#include <stdexcept>
+
+namespace ecg {
+
+namespace {
+
+constexpr Colour kFineLine{0.965, 0.835, 0.825};
+constexpr Colour kStrongLine{0.915, 0.655, 0.640};
+constexpr double kFineWidth = 0.125;  // mm
+constexpr double kStrongWidth = 0.2;
+constexpr double kHaloWidth = 0.9;
+constexpr double kArrowHead = 1.3;
+
+void SetColour(cairo_t* cairo, const Colour& colour)
+{
+    cairo_set_source_rgb(cairo, colour.red, colour.green, colour.blue);
+}
+
+}  // namespace
+
+EcgPaper::EcgPaper(double width, double height, double pixelsPerMm)
+    : surface_(cairo_image_surface_create(CAIRO_FORMAT_RGB24,
+                                          static_cast<int>(std::lround(width * pixelsPerMm)),
+                                          static_cast<int>(std::lround(height * pixelsPerMm)))),
+      cairo_(cairo_create(surface_))
+{
+    cairo_scale(cairo_, pixelsPerMm, pixelsPerMm);
+    cairo_set_source_rgb(cairo_, 1.0, 1.0, 1.0);
+    cairo_paint(cairo_);
+}
+
+EcgPaper::~EcgPaper()
+{
+    cairo_destroy(cairo_);
+    cairo_surface_destroy(surface_);
+}
+
+void EcgPaper::GridLines(double x, double y, double width, double height, double step,
+                         const Colour& colour, double lineWidth)
+{
+    for (double at = 0; at <= width; at += step) {
+        MoveTo(x + at, y);
+        LineTo(x + at, y + height);
+    }
+    for (double at = 0; at <= height; at += step) {
+        MoveTo(x, y + at);
+        LineTo(x + width, y + at);
+    }
+    Stroke(colour, lineWidth);
+}
+
+void EcgPaper::Grid(double x, double y, double width, double height)
+{
+    Bar(x, y, width, height, kPaper);
+    // Whole pixels: sharp lines, and a file of half the size.
+    cairo_set_antialias(cairo_, CAIRO_ANTIALIAS_NONE);
+    GridLines(x, y, width, height, 1.0, kFineLine, kFineWidth);
+    GridLines(x, y, width, height, 5.0, kStrongLine, kStrongWidth);
+    cairo_set_antialias(cairo_, CAIRO_ANTIALIAS_DEFAULT);
+}
+
+void EcgPaper::Text(double x, double y, const std::string& text, const TextStyle& style)
+{
+    cairo_select_font_face(cairo_, "DejaVu Sans", CAIRO_FONT_SLANT_NORMAL,
+                           style.isBold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
+    cairo_set_font_size(cairo_, style.size);
+    cairo_text_extents_t extents;
+    cairo_text_extents(cairo_, text.c_str(), &extents);
+    if (style.anchor == Anchor::Centre) x -= extents.x_advance / 2.0;
+    if (style.anchor == Anchor::Right) x -= extents.x_advance;
+    if (style.hasHalo) {
+        MoveTo(x, y);
+        cairo_text_path(cairo_, text.c_str());
+        Stroke(kPaper, kHaloWidth);
+    }
+    MoveTo(x, y);
+    SetColour(cairo_, style.colour);
+    cairo_show_text(cairo_, text.c_str());
+    cairo_new_path(cairo_);
+}
+
+void EcgPaper::Line(double x1, double y1, double x2, double y2, const Colour& colour, double width,
+                    bool isDashed)
+{
+    const double dashes[] = {1.2, 0.8};
+    if (isDashed) cairo_set_dash(cairo_, dashes, 2, 0);
+    MoveTo(x1, y1);
+    LineTo(x2, y2);
+    Stroke(colour, width);
+    cairo_set_dash(cairo_, nullptr, 0, 0);
+}
+
+void EcgPaper::Arrow(double x1, double x2, double y, const Colour& colour)
+{
+    Line(x1, y, x2 - kArrowHead / 2.0, y, colour, 0.3);
+    MoveTo(x2, y);
+    LineTo(x2 - kArrowHead, y - kArrowHead / 2.0);
+    LineTo(x2 - kArrowHead, y + kArrowHead / 2.0);
+    cairo_close_path(cairo_);
+    SetColour(cairo_, colour);
+    cairo_fill(cairo_);
+}
+
+void EcgPaper::Bar(double x, double y, double width, double height, const Colour& colour)
+{
+    SetColour(cairo_, colour);
+    cairo_rectangle(cairo_, x, y, width, height);
+    cairo_fill(cairo_);
+}
+
+void EcgPaper::Stroke(const Colour& colour, double width)
+{
+    SetColour(cairo_, colour);
+    cairo_set_line_width(cairo_, width);
+    cairo_set_line_join(cairo_, CAIRO_LINE_JOIN_ROUND);
+    cairo_stroke(cairo_);
+}
+
+void EcgPaper::Save(const std::string& path)
+{
+    const cairo_status_t status = cairo_surface_write_to_png(surface_, path.c_str());
+    if (status != CAIRO_STATUS_SUCCESS) {
+        throw std::runtime_error(path + ": " + cairo_status_to_string(status));
+    }
+}
+
+}  // namespace ecg

@@ -1,0 +1,62 @@
+// A picture in millimetres of ECG paper: grid, text and lines on a PNG.
+#pragma once
+
+#include <string>
+
+#include <cairo.h>
+
+namespace ecg {
+
+struct Colour {
+    double red;
+    double green;
+    double blue;
+};
+constexpr Colour kInk{0.10, 0.10, 0.12};
+constexpr Colour kGrey{0.42, 0.40, 0.41};
+constexpr Colour kPaper{1.0, 0.965, 0.955};
+
+enum class Anchor { Left, Centre, Right };
+
+struct TextStyle {
+    double size = 2.6;  // mm
+    Colour colour = kInk;
+    Anchor anchor = Anchor::Left;
+    bool isBold = false;
+    bool hasHalo = false;  // legible on the grid
+};
+
+class EcgPaper {
+public:
+    // All lengths are mm, from the upper left corner.
+    EcgPaper(double width, double height, double pixelsPerMm);
+    ~EcgPaper();
+    EcgPaper(const EcgPaper&) = delete;
+    EcgPaper& operator=(const EcgPaper&) = delete;
+
+    // Lines every millimetre, strong ones every five.
+    void Grid(double x, double y, double width, double height);
+    // `y` is the baseline.
+    void Text(double x, double y, const std::string& text, const TextStyle& style);
+    void Line(double x1, double y1, double x2, double y2, const Colour& colour, double width,
+              bool isDashed = false);
+    void Arrow(double x1, double x2, double y, const Colour& colour);
+    void Bar(double x, double y, double width, double height, const Colour& colour);
+
+    // A curve: MoveTo, LineTo, ..., Stroke.
+    void MoveTo(double x, double y) { cairo_move_to(cairo_, x, y); }
+    void LineTo(double x, double y) { cairo_line_to(cairo_, x, y); }
+    void Stroke(const Colour& colour, double width);
+
+    // Throws std::runtime_error when the file cannot be written.
+    void Save(const std::string& path);
+
+private:
+    void GridLines(double x, double y, double width, double height, double step,
+                   const Colour& colour, double lineWidth);
+
+    cairo_surface_t* surface_;
+    cairo_t* cairo_;
+};
+
+}  // namespace ecg
