@@ -55,10 +55,26 @@ bool Accepted(const char* call, int result)
     return false;
 }
 
+std::string Words(const Step& step)
+{
+    char text[64];
+    std::snprintf(text, sizeof text, "%.0f bpm, %.0f mV", step.bpm, step.mv);
+    return text;
+}
+
+bool IsLive() { return isatty(STDOUT_FILENO) != 0; }
+
+// A line of its own; on a terminal it replaces the running time.
+void Tell(double time, const std::string& what)
+{
+    std::printf("%s  %4.1f s  %s\n", IsLive() ? "\r\x1b[K" : "", time, what.c_str());
+    std::fflush(stdout);
+}
+
 void ShowTime(const Step& step, double time)
 {
-    if (isatty(STDOUT_FILENO) == 0) return;
-    std::printf("\r  %4.1f s  %.0f bpm, %.0f mV ", time, step.bpm, step.mv);
+    if (!IsLive()) return;
+    std::printf("\r\x1b[K  %4.1f s  %s", time, Words(step).c_str());
     std::fflush(stdout);
 }
 
@@ -93,8 +109,7 @@ bool Ask(const Step& step, const Step* before, std::FILE* log)
     if (before == nullptr || step.mv != before->mv) {
         if (!Accepted("VRAXSetAmplitude", VRAXSetAmplitude(step.mv))) return false;
     }
-    std::printf("\r  %4.1f s  %.0f bpm and %.0f mV asked\n", time, step.bpm, step.mv);
-    std::fflush(stdout);
+    Tell(time, Words(step) + " asked");
     if (log != nullptr) std::fprintf(log, "%.6f,%g,%g\n", time, step.bpm, step.mv);
     return true;
 }
@@ -114,7 +129,7 @@ bool Play(std::FILE* log)
     }
     if (!PlayUntil(*before, kEnd)) return false;
     if (!Accepted("VRAXSetOutputFunction", VRAXSetOutputFunction(OUTPUT_OFF))) return false;
-    std::printf("\r  %4.1f s  stopped         \n", s_signalTime.load());
+    Tell(s_signalTime, "stopped");
     return true;
 }
 

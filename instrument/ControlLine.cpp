@@ -162,11 +162,11 @@ std::string StatusLine(const SimulatedInstrument& instrument)
 std::string SummaryLine(const SimulatedInstrument& instrument)
 {
     const StreamStatistics stream = instrument.Statistics();
-    return fmt::format("packets={} samples={} runs={} stops={} sequence_errors={} mode_errors={} "
-                       "underruns={} refusals={}",
-                       stream.packets, stream.samples, stream.runs, stream.stopPackets,
-                       stream.sequenceErrors, stream.modeErrors, stream.underruns,
-                       instrument.RefusalCount());
+    return fmt::format(
+        "packets={} samples={} runs={} stops={} sequence_errors={} mode_errors={} "
+        "underruns={} refusals={}",
+        stream.packets, stream.samples, stream.runs, stream.stopPackets, stream.sequenceErrors,
+        stream.modeErrors, stream.underruns, instrument.RefusalCount());
 }
 
 }  // namespace instrument

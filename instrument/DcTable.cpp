@@ -8,7 +8,7 @@ namespace instrument {
 
 namespace {
 
-constexpr int kZeroIndex = 2000;         // the word of 0 mV
+constexpr int kZeroIndex = 2000;                  // the word of 0 mV
 constexpr unsigned kDefaultCodesPer10V = 327675;  // 32.7675 a millivolt, in whole numbers
 constexpr std::uint16_t kErased = 0xFFFF;
 constexpr std::size_t kAllCodes = 65536;

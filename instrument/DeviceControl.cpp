@@ -10,13 +10,12 @@ namespace instrument {
 
 namespace {
 
-constexpr std::size_t kRate = 8;           // breaths a minute
-constexpr std::size_t kVariation = 9;      // hundredths of the asked variation
-constexpr std::size_t kRatio = 10;         // 0 to 4 for 1:1 to 1:5
-constexpr std::size_t kBaseline = 11;      // index, 0 to 11
-constexpr std::size_t kApnea = 12;         // 0 or 1
-constexpr std::size_t kPacing = 24;        // amplitude and duration, two big-endian words
-constexpr std::size_t kPacingEnd = 28;     // bytes 28 to 37 are 0, and so stay what they are
+constexpr std::size_t kRate = 8;        // breaths a minute; byte 9 is the variation, any value
+constexpr std::size_t kRatio = 10;      // 0 to 4 for 1:1 to 1:5
+constexpr std::size_t kBaseline = 11;   // index, 0 to 11
+constexpr std::size_t kApnea = 12;      // 0 or 1
+constexpr std::size_t kPacing = 24;     // amplitude and duration, two big-endian words
+constexpr std::size_t kPacingEnd = 28;  // bytes 28 to 37 are 0, and so stay what they are
 constexpr std::size_t kPulseGroups = 35;
 
 std::string RespirationFault(std::span<const std::uint8_t> block)

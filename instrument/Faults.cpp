@@ -6,8 +6,7 @@ namespace instrument {
 
 bool BeginsWith(std::span<const std::uint8_t> bytes, const Bytes& prefix)
 {
-    return bytes.size() >= prefix.size() &&
-           std::equal(prefix.begin(), prefix.end(), bytes.begin());
+    return bytes.size() >= prefix.size() && std::equal(prefix.begin(), prefix.end(), bytes.begin());
 }
 
 namespace {
@@ -46,9 +45,9 @@ void ScriptedReplies::Set(const Bytes& prefix, const Bytes& reply)
 
 const Bytes* ScriptedReplies::Find(std::span<const std::uint8_t> request) const
 {
-    const auto found =
-        std::find_if(replies_.rbegin(), replies_.rend(),
-                     [&](const auto& scripted) { return BeginsWith(request, scripted.first); });
+    const auto found = std::find_if(replies_.rbegin(), replies_.rend(), [&](const auto& scripted) {
+        return BeginsWith(request, scripted.first);
+    });
     return found == replies_.rend() ? nullptr : &found->second;
 }
 

@@ -64,8 +64,7 @@ void Flash::Write(std::uint8_t channel, std::uint32_t address, std::span<const s
     Program(channel, address, bytes);
 }
 
-void Flash::Program(std::uint8_t channel, std::uint32_t address,
-                    std::span<const std::uint8_t> data)
+void Flash::Program(std::uint8_t channel, std::uint32_t address, std::span<const std::uint8_t> data)
 {
     const auto found = memories_.find(channel);
     if (found == memories_.end() || address >= found->second.size()) return;

@@ -113,8 +113,8 @@ std::string ReasonAgainst(std::span<const std::uint8_t> bytes)
     std::string lengths;
     for (const Form& form : kForms) {
         if (!HeadFits(form, bytes) || bytes.size() < form.headBytes) continue;
-        lengths += fmt::format("{}{} ({})", lengths.empty() ? "" : " or ", form.length,
-                               NameOf(form.kind));
+        lengths +=
+            fmt::format("{}{} ({})", lengths.empty() ? "" : " or ", form.length, NameOf(form.kind));
     }
     if (lengths.empty()) return fmt::format("unknown command of {} bytes", bytes.size());
     return fmt::format("{} bytes where {} belong", bytes.size(), lengths);

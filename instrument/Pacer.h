@@ -21,8 +21,8 @@ public:
     std::uint64_t Underruns() const { return underruns_; }
 
 private:
-    Clock::time_point due_;          // of the packet before
-    std::uint64_t remainder_ = 0;    // of a nanosecond, in units of 1/rate
+    Clock::time_point due_;        // of the packet before
+    std::uint64_t remainder_ = 0;  // of a nanosecond, in units of 1/rate
     unsigned rate_ = 0;
     std::uint64_t underruns_ = 0;
 };

@@ -125,8 +125,7 @@ void SimulatedInstrument::CService::Run()
 
 SimulatedInstrument::CService::WaitPlan SimulatedInstrument::CService::PlanWait() const
 {
-    return {terminal.IsOpen() && !hangUp_ ? terminal.Descriptor() : -1, isBlocked_,
-            NextDeadline()};
+    return {terminal.IsOpen() && !hangUp_ ? terminal.Descriptor() : -1, isBlocked_, NextDeadline()};
 }
 
 void SimulatedInstrument::CService::Wait(const WaitPlan& plan)

@@ -139,8 +139,7 @@ private:
     std::vector<std::uint8_t> packets_;  // a ring of the newest
     std::uint64_t keptPackets_ = 0;      // ever put into the ring
 
-    // For the hooks, which run without the lock. Touched by the service thread alone, but for
-    // exchanges that a caller of SendUnsolicited cannot finish.
+    // For the hooks, which run without the lock. Service thread only.
     std::vector<Sample> newSamples_;
     std::vector<Exchange> newExchanges_;
     std::vector<Refusal> newRefusals_;

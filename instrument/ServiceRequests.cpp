@@ -71,10 +71,10 @@ Answer SimulatedInstrument::CService::TakePacket(ByteView packet, Outgoing& outg
     }
     if (runPace_ == Pace::RealTime) {
         const unsigned rate = device.relays.sampleRate;
-        outgoing.due = pacer.DueOf(arrived_, received.samples, rate != 0 ? rate : 20000,
-                                    received.isResting);
+        outgoing.due =
+            pacer.DueOf(arrived_, received.samples, rate != 0 ? rate : 20000, received.isResting);
     }
-    // The host has stopped without waiting: what it is still owed comes at once, one reply a packet.
+    // The host stopped without waiting: what it is owed comes at once, one reply a packet.
     if (isEarly && received.isResting) {
         for (Outgoing& owed : outbox_) owed.due = arrived_;
         outgoing.due = arrived_;
@@ -131,13 +131,14 @@ bool SimulatedInstrument::CService::Misbehave(const Fault& fault, const Reply& r
             break;
         case FaultKind::WrongBytes:
             if (!fault.data.empty()) bytes = fault.data;
-            else for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(~byte);
+            else
+                for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(~byte);
             break;
         case FaultKind::Unsolicited: {
             Outgoing stray;
             stray.due = arrived_;
-            stray.bytes = fault.data.empty() ? SamplingBlock(kAllSamplingChannels, 0, 0)
-                                             : fault.data;
+            stray.bytes =
+                fault.data.empty() ? SamplingBlock(kAllSamplingChannels, 0, 0) : fault.data;
             Send(std::move(stray));
             break;
         }

@@ -21,8 +21,7 @@ Options OnPort(int port)
 SimulatedInstrument::SimulatedInstrument(int port) : SimulatedInstrument(OnPort(port)) {}
 SimulatedInstrument::SimulatedInstrument(const Options& options)
     : service_(std::make_unique<CService>(options))
-{
-}
+{}
 SimulatedInstrument::~SimulatedInstrument() = default;
 
 void SimulatedInstrument::Plug() { service_->SetPlugged(true); }
@@ -80,8 +79,8 @@ bool SimulatedInstrument::WaitForExchange(Request kind, std::size_t count,
 {
     return service_->WaitUntilTrue(timeout, [&] {
         const auto& exchanges = service_->exchanges;
-        const auto found = std::count_if(
-            exchanges.begin(), exchanges.end(), [&](const auto& exchange) {
+        const auto found =
+            std::count_if(exchanges.begin(), exchanges.end(), [&](const auto& exchange) {
                 return kind == Request::Any || exchange->kind == kind;
             });
         return static_cast<std::size_t>(found) >= count;
@@ -113,8 +112,8 @@ std::size_t SimulatedInstrument::PacketCount() const
 
 bool SimulatedInstrument::WaitForPackets(std::size_t count, Milliseconds timeout) const
 {
-    return service_->WaitUntilTrue(
-        timeout, [&] { return service_->receiver.PacketCount() >= count; });
+    return service_->WaitUntilTrue(timeout,
+                                   [&] { return service_->receiver.PacketCount() >= count; });
 }
 
 bool SimulatedInstrument::WaitForMorePackets(std::size_t count, Milliseconds timeout) const
@@ -131,9 +130,8 @@ bool SimulatedInstrument::WaitForStop(std::size_t stopPackets, Milliseconds time
 
 Bytes SimulatedInstrument::LastPacket() const
 {
-    return service_->Locked([this] {
-        return service_->KeptPacket(service_->receiver.PacketCount() - 1);
-    });
+    return service_->Locked(
+        [this] { return service_->KeptPacket(service_->receiver.PacketCount() - 1); });
 }
 
 Bytes SimulatedInstrument::Packet(std::size_t index) const
@@ -209,8 +207,7 @@ Bytes SimulatedInstrument::ReadFlash(std::uint8_t channel, std::uint32_t address
     return service_->Locked([&] { return service_->device.flash.Read(channel, address, bytes); });
 }
 
-void SimulatedInstrument::WriteFlash(std::uint8_t channel, std::uint32_t address,
-                                     const Bytes& data)
+void SimulatedInstrument::WriteFlash(std::uint8_t channel, std::uint32_t address, const Bytes& data)
 {
     service_->Locked([&] { service_->device.flash.Program(channel, address, data); });
 }
@@ -265,10 +262,7 @@ void SimulatedInstrument::ClearReplies()
     service_->Locked([this] { service_->scripted.Clear(); });
 }
 
-void SimulatedInstrument::SendUnsolicited(const Bytes& bytes)
-{
-    service_->SendUnsolicited(bytes);
-}
+void SimulatedInstrument::SendUnsolicited(const Bytes& bytes) { service_->SendUnsolicited(bytes); }
 
 Bytes SimulatedInstrument::SamplingBlock(std::uint8_t mask, std::uint16_t value,
                                          std::uint8_t status)

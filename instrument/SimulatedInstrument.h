@@ -81,9 +81,9 @@ const char* NameOf(Request kind);
 struct Exchange {
     Request kind = Request::Unknown;
     Bytes request;
-    Bytes reply;                      // as written; empty when nothing was answered
-    Clock::time_point arrived;        // the request was complete
-    Clock::time_point replied;        // the reply was written; the default value when it was not
+    Bytes reply;                // as written; empty when nothing was answered
+    Clock::time_point arrived;  // the request was complete
+    Clock::time_point replied;  // the reply was written; the default value when it was not
     bool refused = false;
 };
 
@@ -107,7 +107,7 @@ struct Sample {
 // A packet with resting content ends its run when a sequence number 0, a relay command with the
 // output off or a longer silence follows it; when the next sequence number follows it was data.
 struct StreamStatistics {
-    std::uint64_t packets = 0;         // all, stop packets included
+    std::uint64_t packets = 0;  // all, stop packets included
     std::uint64_t stopPackets = 0;
     std::uint64_t samples = 0;         // of data packets
     std::uint64_t sequenceErrors = 0;  // frames whose number does not follow its predecessor
@@ -115,23 +115,23 @@ struct StreamStatistics {
     std::uint64_t frameErrors = 0;     // packets refused for their framing
     std::uint64_t underruns = 0;       // packets that came after their reply was due (RealTime)
     std::uint64_t runs = 0;
-    std::uint16_t nextSequence = 0;    // expected in the next frame of this run
+    std::uint16_t nextSequence = 0;  // expected in the next frame of this run
     bool running = false;
-    Clock::time_point firstArrival;    // of the latest run
+    Clock::time_point firstArrival;  // of the latest run
     Clock::time_point lastArrival;
-    Clock::time_point firstReply;      // of the latest run
+    Clock::time_point firstReply;  // of the latest run
     Clock::time_point lastReply;
 };
 
 // What the last relay command asked for.
 struct RelayState {
-    unsigned commands = 0;             // 17-byte commands received since construction
+    unsigned commands = 0;  // 17-byte commands received since construction
     std::uint8_t operateMode = 0;
-    unsigned sampleRate = 0;           // Hz
-    std::uint32_t word = 0;            // 24 bits; also set by the short command
+    unsigned sampleRate = 0;  // Hz
+    std::uint32_t word = 0;   // 24 bits; also set by the short command
     std::array<std::uint8_t, 3> ledSync{};
     std::array<std::uint8_t, 3> acCalibration{};
-    Bytes lastCommand;                 // 17 or 8 bytes as received
+    Bytes lastCommand;  // 17 or 8 bytes as received
 };
 
 // Everything else that a host can set.
@@ -141,21 +141,21 @@ struct DeviceState {
     std::uint8_t signalDetection = 0;
     std::uint8_t ambientMode = 0;
     bool rldMeasurement = false;
-    std::uint8_t samplingMask = 0;                // 0: photodiode sampling is stopped
-    std::array<std::uint8_t, 13> pulseGroups{};   // bytes 35 to 47 of the last write
-    std::array<std::uint16_t, 256> settings{};    // by number; LED and trigger levels included
-    std::array<std::uint16_t, 4> moduleWords{};   // external respiration module
+    std::uint8_t samplingMask = 0;               // 0: photodiode sampling is stopped
+    std::array<std::uint8_t, 13> pulseGroups{};  // bytes 35 to 47 of the last write
+    std::array<std::uint16_t, 256> settings{};   // by number; LED and trigger levels included
+    std::array<std::uint16_t, 4> moduleWords{};  // external respiration module
     std::uint8_t baselineIndex = 0;
     std::uint8_t baselineLead = 0;
 };
 
 // What the instrument measures; a host can only read it.
 struct Measurements {
-    std::uint8_t usbVoltage = 250;                // the device's own scale
+    std::uint8_t usbVoltage = 250;  // the device's own scale
     std::array<std::uint16_t, 2> rldCounts{512, 256};
-    std::uint8_t statusFlags = 0;                 // byte 8 of the photodiode and sampling status
+    std::uint8_t statusFlags = 0;  // byte 8 of the photodiode and sampling status
     std::array<std::uint8_t, 9> photodiode{0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC, 0xDE, 0xF0, 0x12};
-    std::array<std::uint8_t, 10> trigger{};       // bytes 4 to 13 of the auto trigger status
+    std::array<std::uint8_t, 10> trigger{};  // bytes 4 to 13 of the auto trigger status
 };
 
 enum class FaultKind {
@@ -173,16 +173,16 @@ enum class FaultKind {
 struct Fault {
     FaultKind kind = FaultKind::Silence;
     Request match = Request::Any;
-    Bytes prefix;               // and the request must begin so; empty matches all
-    unsigned skip = 0;          // matching requests that pass untouched first
-    unsigned count = 1;         // then so many are hit; 0 = every one from then on
+    Bytes prefix;        // and the request must begin so; empty matches all
+    unsigned skip = 0;   // matching requests that pass untouched first
+    unsigned count = 1;  // then so many are hit; 0 = every one from then on
     std::size_t bytes = 0;
     Milliseconds delay{0};
     Bytes data;
 };
 
 struct Options {
-    int port = 0;               // n of /dev/ttyACM<n>
+    int port = 0;  // n of /dev/ttyACM<n>
     bool plugged = true;
     Pace pace = Pace::Fast;
 
@@ -203,17 +203,17 @@ struct Options {
     unsigned moduleSequenceNumber = 7;
     std::array<std::uint8_t, 2> moduleHardware{1, 2};
     std::array<std::uint8_t, 4> moduleFirmware{3, 0, 2, 5};
-    std::optional<bool> dac16;         // 16-bit PPG converters; by default only with 0x3407
+    std::optional<bool> dac16;  // 16-bit PPG converters; by default only with 0x3407
 
     Measurements measurements;
-    bool nor = false;                  // a flash write can only clear bits
-    std::uint8_t noModuleMark = 0;     // where 0xFF would acknowledge, when no module is there
-    Milliseconds samplingPeriod{0};    // photodiode blocks while sampling runs; 0 = none by itself
-    std::string initialFlash;          // what SaveFlash wrote; empty = freshly made
-    bool overwriteRecords = false;     // the records above replace those in initialFlash
+    bool nor = false;                // a flash write can only clear bits
+    std::uint8_t noModuleMark = 0;   // where 0xFF would acknowledge, when no module is there
+    Milliseconds samplingPeriod{0};  // photodiode blocks while sampling runs; 0 = none by itself
+    std::string initialFlash;        // what SaveFlash wrote; empty = freshly made
+    bool overwriteRecords = false;   // the records above replace those in initialFlash
 
-    std::size_t keepPackets = 64;      // newest raw packets, at least 1
-    std::size_t keepSamples = 0;       // newest samples; 0 = none is decoded
+    std::size_t keepPackets = 64;  // newest raw packets, at least 1
+    std::size_t keepSamples = 0;   // newest samples; 0 = none is decoded
     std::size_t keepExchanges = 65536;
     bool keepStreamExchanges = false;  // stream packets stand in Exchanges() too
 
@@ -238,8 +238,8 @@ public:
     bool IsPlugged() const;
     // After a fault that hangs up.
     bool WaitUntilUnplugged(Milliseconds timeout = kGenerousTimeout) const;
-    std::string Path() const;         // "/dev/ttyACM0"
-    std::string TerminalPath() const; // "/dev/pts/7"; empty when unplugged
+    std::string Path() const;          // "/dev/ttyACM0"
+    std::string TerminalPath() const;  // "/dev/pts/7"; empty when unplugged
     // Drops what the host has not read yet, as a port does that is closed by its last user.
     void DiscardUnreadReplies();
 
@@ -263,9 +263,9 @@ public:
     Bytes LastPacket() const;
     Bytes Packet(std::size_t index) const;  // 0 is the first ever; empty when not kept (any more)
     StreamStatistics Statistics() const;
-    void KeepSamples(std::size_t newest);   // 0 stops decoding and drops what was kept
+    void KeepSamples(std::size_t newest);  // 0 stops decoding and drops what was kept
     std::vector<Sample> Samples() const;
-    void SetPace(Pace pace);                // from the next run on
+    void SetPace(Pace pace);  // from the next run on
 
     // The device.
     RelayState Relays() const;
@@ -285,7 +285,7 @@ public:
     // Misbehaviour. Faults are tried in the order in which they were injected; one hits a request.
     void Inject(const Fault& fault);
     void ClearFaults();
-    std::size_t PendingFaults() const;  // endless ones included
+    std::size_t PendingFaults() const;                                  // endless ones included
     bool WaitForFaults(Milliseconds timeout = kGenerousTimeout) const;  // until none is pending
     // Answers requests that begin with `prefix` with exactly `reply` (nothing when it is empty);
     // also makes an unknown request acceptable. What the request changes is still done.

@@ -77,10 +77,21 @@ Slot SlotAt(FrameView frame, std::size_t offset, unsigned extraCodes)
     return slot;
 }
 
-std::string FrameFault(FrameView frame)
+bool IsZero(FrameView frame, std::size_t from)
 {
-    const Layout layout = LayoutOf(frame[1]);
-    const std::size_t used = kSlotOffset + layout.samples * layout.slotBytes;
+    return std::all_of(frame.begin() + static_cast<std::ptrdiff_t>(from), frame.end(),
+                       [](std::uint8_t byte) { return byte == 0; });
+}
+
+bool IsGoodFrame(FrameView frame, const Layout& layout)
+{
+    return frame[0] == kStartByte && WordAt(frame, 2) == 0 && frame[5] == layout.samples &&
+           (frame[4] == 0 || (frame[1] == kModeEcg && frame[4] <= kMaxSamplesPerFrame)) &&
+           IsZero(frame, kSlotOffset + layout.samples * layout.slotBytes);
+}
+
+std::string FrameFault(FrameView frame, const Layout& layout)
+{
     if (frame[0] != kStartByte) return fmt::format("byte 0 is {:02X}, not 01", frame[0]);
     if (WordAt(frame, 2) != 0) return "bytes 2 and 3 are not 0";
     if (frame[5] != layout.samples) {
@@ -89,11 +100,8 @@ std::string FrameFault(FrameView frame)
     }
     if (frame[4] > kMaxSamplesPerFrame) return fmt::format("marker {} is no slot", frame[4]);
     if (frame[4] != 0 && frame[1] != kModeEcg) return "a marker outside the ECG-only layout";
-    const auto padding = frame.subspan(used);
-    if (std::any_of(padding.begin(), padding.end(), [](auto byte) { return byte != 0; })) {
-        return fmt::format("padding from byte {} on is not 0", used);
-    }
-    return {};
+    return fmt::format("padding from byte {} on is not 0",
+                       kSlotOffset + layout.samples * layout.slotBytes);
 }
 
 }  // namespace
@@ -130,8 +138,13 @@ std::vector<Frame> DecodePacket(std::span<const std::uint8_t> packet)
         const FrameView bytes = FrameAt(packet, i);
         std::array<Slot, kMaxSamplesPerFrame> slots;
         const auto count = static_cast<std::ptrdiff_t>(DecodeSlots(bytes, slots));
-        frames.push_back({bytes[0], bytes[1], WordAt(bytes, 2), bytes[4], bytes[5],
-                          WordAt(bytes, 6), {slots.begin(), slots.begin() + count}});
+        frames.push_back({bytes[0],
+                          bytes[1],
+                          WordAt(bytes, 2),
+                          bytes[4],
+                          bytes[5],
+                          WordAt(bytes, 6),
+                          {slots.begin(), slots.begin() + count}});
     }
     return frames;
 }
@@ -142,11 +155,15 @@ std::string FramingFault(std::span<const std::uint8_t> packet, std::size_t& badF
     if (packet.size() != kPacketBytes) {
         return fmt::format("{} bytes where a packet has {}", packet.size(), kPacketBytes);
     }
+    std::uint8_t mode = packet[1];
+    Layout layout = LayoutOf(mode);
     for (std::size_t i = 0; i < kFramesPerPacket; ++i) {
-        const std::string fault = FrameFault(FrameAt(packet, i));
-        if (fault.empty()) continue;
+        const FrameView frame = FrameAt(packet, i);
+        if (frame[1] != mode) layout = LayoutOf(frame[1]);
+        mode = frame[1];
+        if (IsGoodFrame(frame, layout)) continue;
         badFrame = i;
-        return fmt::format("frame {}: {}", i, fault);
+        return fmt::format("frame {}: {}", i, FrameFault(frame, layout));
     }
     return {};
 }

@@ -18,9 +18,9 @@ using Bytes = std::vector<std::uint8_t>;
 constexpr std::size_t kFrameBytes = 64;
 constexpr std::size_t kFramesPerPacket = 50;
 constexpr std::size_t kPacketBytes = kFrameBytes * kFramesPerPacket;
-constexpr std::size_t kSlotOffset = 8;         // the slots of a frame begin here
+constexpr std::size_t kSlotOffset = 8;  // the slots of a frame begin here
 constexpr std::size_t kMaxSamplesPerFrame = 14;
-constexpr std::size_t kMaxExtraCodes = 6;      // three PPG channels, a DC and an AC code each
+constexpr std::size_t kMaxExtraCodes = 6;  // three PPG channels, a DC and an AC code each
 constexpr double kAcCodesPerMv = 1600.0;
 
 // Bits of the operate mode byte.
@@ -30,7 +30,7 @@ constexpr std::uint8_t kModeRespiration = 0x20;
 
 // How the slots of a data frame are laid out for an operate mode.
 struct Layout {
-    unsigned samples = 0;     // in one frame
+    unsigned samples = 0;  // in one frame
     unsigned slotBytes = 0;
     unsigned extraCodes = 0;  // 16-bit codes that follow the ECG pair in each slot
 };
@@ -46,13 +46,13 @@ struct Slot {
 };
 
 struct Frame {
-    std::uint8_t start = 0;        // byte 0, 0x01
+    std::uint8_t start = 0;  // byte 0, 0x01
     std::uint8_t mode = 0;
-    std::uint16_t reserved = 0;    // bytes 2 and 3, 0
-    std::uint8_t marker = 0;       // 0, or the 1-based slot at which a pacing pulse starts
-    std::uint8_t count = 0;        // samples, as the frame states it
+    std::uint16_t reserved = 0;  // bytes 2 and 3, 0
+    std::uint8_t marker = 0;     // 0, or the 1-based slot at which a pacing pulse starts
+    std::uint8_t count = 0;      // samples, as the frame states it
     std::uint16_t sequence = 0;
-    std::vector<Slot> slots;       // laid out for the mode; a stop frame for its own framing
+    std::vector<Slot> slots;  // laid out for the mode; a stop frame for its own framing
 };
 
 // The slots of one frame of 64 bytes; the number filled in.

@@ -16,12 +16,11 @@ std::uint16_t SequenceAt(std::span<const std::uint8_t> packet, std::size_t frame
     return static_cast<std::uint16_t>(packet[at] << 8 | packet[at + 1]);
 }
 
+// As the frames state it, which was checked.
 unsigned SamplesIn(std::span<const std::uint8_t> packet)
 {
     unsigned samples = 0;
-    for (std::size_t i = 0; i < kFramesPerPacket; ++i) {
-        samples += LayoutOf(packet[i * kFrameBytes + 1]).samples;
-    }
+    for (std::size_t i = 0; i < kFramesPerPacket; ++i) samples += packet[i * kFrameBytes + 5];
     return samples;
 }
 
@@ -187,8 +186,8 @@ void StreamReceiver::SetDcWords(const DcWords& words)
 StreamStatistics StreamReceiver::Statistics(Clock::time_point now) const
 {
     StreamStatistics stats = stats_;
-    const bool isQuiet = isCandidate_ && replied_ != Clock::time_point{} &&
-                         now - replied_ > kQuietAfterStop;
+    const bool isQuiet =
+        isCandidate_ && replied_ != Clock::time_point{} && now - replied_ > kQuietAfterStop;
     if (isQuiet) {
         ++stats.stopPackets;
         stats.running = false;

@@ -16,11 +16,11 @@ namespace instrument {
 constexpr Milliseconds kQuietAfterStop{250};
 
 struct Received {
-    std::string refusal;          // why it is not answered; empty = it is
-    std::size_t badFrame = 0;     // of the refusal
-    bool isResting = false;       // it may be, or is, the stop packet
+    std::string refusal;       // why it is not answered; empty = it is
+    std::size_t badFrame = 0;  // of the refusal
+    bool isResting = false;    // it may be, or is, the stop packet
     bool isFirstOfRun = false;
-    unsigned samples = 0;         // that it lasts; a stop packet too
+    unsigned samples = 0;  // that it lasts; a stop packet too
 };
 
 class StreamReceiver {
@@ -68,21 +68,21 @@ private:
     DcWords dcWords_ = DefaultDcWords();
     std::optional<DcDecoder> decoder_;  // made with the first sample that needs it
 
-    bool mayResume_ = false;   // the next run may begin with any number
-    bool isStop_ = false;      // the packet just received is known to be a stop packet
-    bool isResting_ = false;   // it may be one
+    bool mayResume_ = false;  // the next run may begin with any number
+    bool isStop_ = false;     // the packet just received is known to be a stop packet
+    bool isResting_ = false;  // it may be one
     unsigned packetSamples_ = 0;
-    bool isCandidate_ = false; // the last packet has resting content and ends the run or goes on
+    bool isCandidate_ = false;  // the last packet has resting content and ends the run or goes on
     unsigned candidateSamples_ = 0;
-    Bytes candidate_;          // its bytes while samples are decoded
+    Bytes candidate_;            // its bytes while samples are decoded
     Clock::time_point replied_;  // to the last packet
 
     bool decodeAlways_ = false;
     std::size_t keepSamples_;
     std::deque<Sample> samples_;
-    double timeBase_ = 0;        // s of signal before the sample rate last changed
+    double timeBase_ = 0;  // s of signal before the sample rate last changed
     std::uint64_t sinceBase_ = 0;
-    unsigned rate_ = 0;          // Hz
+    unsigned rate_ = 0;  // Hz
 };
 
 }  // namespace instrument

@@ -33,15 +33,15 @@ std::string Describe(const Exchange& exchange)
 
 std::string TraceLines(const Exchange& exchange, Clock::time_point start)
 {
-    std::string lines = fmt::format("{:12.6f} > {}\n", SecondsSince(start, exchange.arrived),
-                                    Describe(exchange));
+    std::string lines =
+        fmt::format("{:12.6f} > {}\n", SecondsSince(start, exchange.arrived), Describe(exchange));
     if (exchange.replied == Clock::time_point{}) {
         if (!exchange.refused) lines += fmt::format("{:12} < no reply\n", "");
         return lines;
     }
-    lines += fmt::format("{:12.6f} < {} after {:.3f} ms\n", SecondsSince(start, exchange.replied),
-                         Hex(exchange.reply),
-                         1000 * SecondsSince(exchange.arrived, exchange.replied));
+    lines +=
+        fmt::format("{:12.6f} < {} after {:.3f} ms\n", SecondsSince(start, exchange.replied),
+                    Hex(exchange.reply), 1000 * SecondsSince(exchange.arrived, exchange.replied));
     return lines;
 }
 

@@ -26,11 +26,10 @@ constexpr double kRowHeight = 40.0;
 constexpr double kBaseline = 30.0;  // below the top of its row
 constexpr double kRequestLine = 3.2;
 constexpr double kArrowLine = 6.0;
-constexpr double kLabelBaseline = 4.0;
+constexpr double kLabelBaseline = 5.2;
 constexpr double kSecondsBaseline = 35.2;
 constexpr double kPhaseBaseline = 38.3;
 constexpr double kPhaseBar = 39.2;
-constexpr double kLabelRoom = 30.0;
 constexpr double kTraceWidth = 0.36;
 constexpr double kTraceStep = 0.06;  // the samples of so many mm become one stroke
 
@@ -56,11 +55,13 @@ public:
         paper_.Grid(kMargin, kHeader, kRowWidth, rows_ * kRowHeight);
         for (int row = 0; row < rows_; ++row) {
             DrawSeconds(row);
-            DrawPhases(row);
             DrawCalibration(row);
             DrawTrace(row);
         }
-        for (std::size_t i = 1; i < page_.phases.size(); ++i) DrawChange(i);
+        for (std::size_t i = 0; i < page_.phases.size(); ++i) {
+            if (page_.phases[i].isSeen) DrawPhase(i);
+            if (i > 0) DrawChange(i);
+        }
     }
     void Save(const std::string& path) { paper_.Save(path); }
 
@@ -87,8 +88,7 @@ private:
 
     void DrawHeader();
     void DrawSeconds(int row);
-    void DrawPhases(int row);
-    void DrawPhase(int row, std::size_t index, double from, double to);
+    void DrawPhase(std::size_t index);
     void DrawCalibration(int row);
     void DrawTrace(int row);
     void DrawChange(std::size_t index);
@@ -133,31 +133,31 @@ void Renderer::DrawSeconds(int row)
     }
 }
 
-void Renderer::DrawPhases(int row)
-{
-    const double rowStart = row * kRowSeconds;
-    const double rowEnd = rowStart + kRowSeconds;
-    for (std::size_t i = 0; i < page_.phases.size(); ++i) {
-        if (!page_.phases[i].isSeen) continue;
-        double end = page_.recording.End();
-        for (std::size_t k = i + 1; k < page_.phases.size(); ++k) {
-            if (page_.phases[k].isSeen) end = std::min(end, page_.phases[k].inForce);
-        }
-        const double from = std::max(page_.phases[i].inForce, rowStart);
-        const double to = std::min(end, rowEnd);
-        if (from < to) DrawPhase(row, i, from, to);
-    }
-}
-
-void Renderer::DrawPhase(int row, std::size_t index, double from, double to)
+// A bar over the rows of the phase, and its figures in the row that shows most of it.
+void Renderer::DrawPhase(std::size_t index)
 {
     const Phase& phase = page_.phases[index];
-    const double x = X(row, from);
-    paper_.Bar(x, Top(row) + kPhaseBar, X(row, to) - x, kRowHeight - kPhaseBar, ColourOf(index));
-    paper_.Text(x, Top(row) + kPhaseBaseline,
-                fmt::format("{:g} bpm asked, {:.2f} measured   {:g} mV asked, {:.3f} measured",
+    double end = page_.recording.End();
+    for (std::size_t k = index + 1; k < page_.phases.size(); ++k) {
+        if (page_.phases[k].isSeen) end = std::min(end, page_.phases[k].inForce);
+    }
+    int widestRow = 0;
+    double widest = 0;
+    for (int row = 0; row < rows_; ++row) {
+        const double from = std::max(phase.inForce, row * kRowSeconds);
+        const double length = std::min(end, (row + 1) * kRowSeconds) - from;
+        if (length <= 0) continue;
+        paper_.Bar(X(row, from), Top(row) + kPhaseBar, length * kMmPerSecond,
+                   kRowHeight - kPhaseBar, ColourOf(index));
+        if (length <= widest) continue;
+        widest = length;
+        widestRow = row;
+    }
+    const double start = std::max(phase.inForce, widestRow * kRowSeconds);
+    paper_.Text(X(widestRow, start), Top(widestRow) + kPhaseBaseline,
+                fmt::format("{:g} bpm asked, {:.2f} measured;   {:g} mV asked, {:.3f} measured",
                             phase.asked.bpm, phase.bpm, phase.asked.mv, phase.mv),
-                {.size = 2.5,
+                {.size = 2.7,
                  .colour = phase.Agrees() ? ColourOf(index) : kFailed,
                  .isBold = true,
                  .hasHalo = true});
@@ -222,11 +222,14 @@ void Renderer::DrawChange(std::size_t index)
     asked += "asked";
 
     paper_.Line(x, top + kRequestLine, x, Y(row, 0) + 1.5, kRequestColour, 0.3, true);
-    const bool hasRoom = x - kMargin - kCalibration > kLabelRoom || !phase.isSeen;
     TextStyle style{.size = 2.8, .colour = kRequestColour, .isBold = true, .hasHalo = true};
-    if (hasRoom) style.anchor = Anchor::Right;
-    paper_.Text(hasRoom ? x - 0.8 : x, top + (hasRoom ? kLabelBaseline + 1.2 : kRequestLine - 0.6),
-                asked, style);
+    const bool hasRoom = x - X(row, row * kRowSeconds) > paper_.TextWidth(asked, style);
+    if (hasRoom) {
+        style.anchor = Anchor::Right;
+        paper_.Text(x - 0.8, top + kLabelBaseline, asked, style);
+    } else {
+        paper_.Text(x, top + kRequestLine - 0.6, asked, style);
+    }
     if (!phase.isSeen) return;
 
     const int effectRow = RowOf(phase.inForce);
@@ -235,7 +238,7 @@ void Renderer::DrawChange(std::size_t index)
     paper_.Line(effectX, effectTop + kRequestLine, effectX, Y(effectRow, 0) + 1.5, ColourOf(index),
                 0.4);
     if (effectRow == row) paper_.Arrow(x, effectX, top + kArrowLine, kRequestColour);
-    paper_.Text(effectX + 0.9, effectTop + kLabelBaseline + 1.2,
+    paper_.Text(effectX + 0.9, effectTop + kLabelBaseline,
                 phase.isAtCycleEnd ? "in force, from the end of the cycle"
                                    : "in force, later than the end of the cycle",
                 {.size = 2.8,

@@ -1,5 +1,6 @@
 #include "draw_ecg/EcgPaper.h"
 
+#include <algorithm>
 #include <cmath>
 #include <stdexcept>
 
@@ -25,7 +26,8 @@ EcgPaper::EcgPaper(double width, double height, double pixelsPerMm)
     : surface_(cairo_image_surface_create(CAIRO_FORMAT_RGB24,
                                           static_cast<int>(std::lround(width * pixelsPerMm)),
                                           static_cast<int>(std::lround(height * pixelsPerMm)))),
-      cairo_(cairo_create(surface_))
+      cairo_(cairo_create(surface_)),
+      pixel_(1.0 / pixelsPerMm)
 {
     cairo_scale(cairo_, pixelsPerMm, pixelsPerMm);
     cairo_set_source_rgb(cairo_, 1.0, 1.0, 1.0);
@@ -55,22 +57,33 @@ void EcgPaper::GridLines(double x, double y, double width, double height, double
 void EcgPaper::Grid(double x, double y, double width, double height)
 {
     Bar(x, y, width, height, kPaper);
-    // Whole pixels: sharp lines, and a file of half the size.
+    // Whole pixels, at least one: sharp lines, and a file of half the size.
     cairo_set_antialias(cairo_, CAIRO_ANTIALIAS_NONE);
-    GridLines(x, y, width, height, 1.0, kFineLine, kFineWidth);
-    GridLines(x, y, width, height, 5.0, kStrongLine, kStrongWidth);
+    GridLines(x, y, width, height, 1.0, kFineLine, std::max(kFineWidth, pixel_));
+    GridLines(x, y, width, height, 5.0, kStrongLine, std::max(kStrongWidth, pixel_));
     cairo_set_antialias(cairo_, CAIRO_ANTIALIAS_DEFAULT);
 }
 
-void EcgPaper::Text(double x, double y, const std::string& text, const TextStyle& style)
+void EcgPaper::SetFont(const TextStyle& style)
 {
     cairo_select_font_face(cairo_, "DejaVu Sans", CAIRO_FONT_SLANT_NORMAL,
                            style.isBold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
     cairo_set_font_size(cairo_, style.size);
+}
+
+double EcgPaper::TextWidth(const std::string& text, const TextStyle& style)
+{
+    SetFont(style);
     cairo_text_extents_t extents;
     cairo_text_extents(cairo_, text.c_str(), &extents);
-    if (style.anchor == Anchor::Centre) x -= extents.x_advance / 2.0;
-    if (style.anchor == Anchor::Right) x -= extents.x_advance;
+    return extents.x_advance;
+}
+
+void EcgPaper::Text(double x, double y, const std::string& text, const TextStyle& style)
+{
+    const double width = TextWidth(text, style);
+    if (style.anchor == Anchor::Centre) x -= width / 2.0;
+    if (style.anchor == Anchor::Right) x -= width;
     if (style.hasHalo) {
         MoveTo(x, y);
         cairo_text_path(cairo_, text.c_str());

@@ -38,6 +38,7 @@ public:
     void Grid(double x, double y, double width, double height);
     // `y` is the baseline.
     void Text(double x, double y, const std::string& text, const TextStyle& style);
+    double TextWidth(const std::string& text, const TextStyle& style);
     void Line(double x1, double y1, double x2, double y2, const Colour& colour, double width,
               bool isDashed = false);
     void Arrow(double x1, double x2, double y, const Colour& colour);
@@ -52,11 +53,13 @@ public:
     void Save(const std::string& path);
 
 private:
+    void SetFont(const TextStyle& style);
     void GridLines(double x, double y, double width, double height, double step,
                    const Colour& colour, double lineWidth);
 
     cairo_surface_t* surface_;
     cairo_t* cairo_;
+    double pixel_;  // mm
 };
 
 }  // namespace ecg

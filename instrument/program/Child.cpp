@@ -37,8 +37,7 @@ int Become(const std::vector<std::string>& command)
     words.push_back(nullptr);
     execvp(words[0], words.data());
     const int error = errno;
-    std::fprintf(stderr, "vrax-instrument: %s cannot be run: %s\n", words[0],
-                 std::strerror(error));
+    std::fprintf(stderr, "vrax-instrument: %s cannot be run: %s\n", words[0], std::strerror(error));
     return error == ENOENT ? kNotFound : kNotExecutable;
 }
 

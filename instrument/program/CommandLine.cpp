@@ -6,8 +6,8 @@
 #include <cstring>
 #include <iostream>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
 
 namespace instrument {
 

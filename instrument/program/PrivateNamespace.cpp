@@ -27,19 +27,16 @@ struct Entry {
     bool isRequired;
 };
 constexpr Entry kEntries[] = {
-    {"null", true},  {"zero", true},  {"full", true}, {"random", true}, {"urandom", true},
-    {"tty", false},  {"shm", false},  {"mqueue", false}, {"dri", false},   {"snd", false},
+    {"null", true}, {"zero", true}, {"full", true},    {"random", true}, {"urandom", true},
+    {"tty", false}, {"shm", false}, {"mqueue", false}, {"dri", false},   {"snd", false},
 };
 struct Link {
     const char* name;
     const char* target;
 };
 constexpr Link kLinks[] = {
-    {"fd", "/proc/self/fd"},
-    {"stdin", "/proc/self/fd/0"},
-    {"stdout", "/proc/self/fd/1"},
-    {"stderr", "/proc/self/fd/2"},
-    {"ptmx", "pts/ptmx"},
+    {"fd", "/proc/self/fd"},       {"stdin", "/proc/self/fd/0"}, {"stdout", "/proc/self/fd/1"},
+    {"stderr", "/proc/self/fd/2"}, {"ptmx", "pts/ptmx"},
 };
 
 [[noreturn]] void Fail(const std::string& what)
@@ -64,8 +61,9 @@ void Unshare()
     const uid_t user = getuid();
     const gid_t group = getgid();
     if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) {
-        Fail("a private /dev cannot be made; it needs root or user namespaces "
-             "(sysctl kernel.unprivileged_userns_clone, user.max_user_namespaces)");
+        Fail(
+            "a private /dev cannot be made; it needs root or user namespaces "
+            "(sysctl kernel.unprivileged_userns_clone, user.max_user_namespaces)");
     }
     WriteFile("/proc/self/setgroups", "deny");
     WriteFile("/proc/self/uid_map", fmt::format("{} {} 1", user, user));

@@ -35,6 +35,7 @@ Session::Session(const CommandLine& line) : line_(line)
 {
     if (line_.hasCommand) child_ = std::make_unique<Child>(line_.command);
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGTTIN, SIG_IGN);  // in the background there are no lines to take
     sigset_t set;
     sigemptyset(&set);
     for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) sigaddset(&set, number);
@@ -123,8 +124,9 @@ void Session::SaveFlash()
 int Session::Run()
 {
     if (child_) child_->Start();
-    else Say(fmt::format("serving {} ({}); help for control lines", instrument_->Path(),
-                         instrument_->TerminalPath()));
+    else
+        Say(fmt::format("serving {} ({}); help for control lines", instrument_->Path(),
+                        instrument_->TerminalPath()));
     while (!isOver_) {
         WaitForEvents();
         if (instrument_->FlashGeneration() != savedGeneration_) SaveFlash();
@@ -161,7 +163,8 @@ void Session::TakeLines(int descriptor, std::string& rest, std::FILE* answers)
 {
     char buffer[4096];
     const ssize_t count = read(descriptor, buffer, sizeof buffer);
-    if (count == 0 && descriptor == STDIN_FILENO) readsInput_ = false;  // go on without
+    const bool isOver = count == 0 || (count < 0 && errno != EAGAIN && errno != EINTR);
+    if (isOver && descriptor == STDIN_FILENO) readsInput_ = false;  // goes on without
     if (count <= 0) return;
     rest.append(buffer, static_cast<std::size_t>(count));
     for (std::size_t end = rest.find('\n'); end != std::string::npos; end = rest.find('\n')) {
@@ -188,8 +191,8 @@ int Session::Finish()
 {
     instrument_->Unplug();
     const StreamStatistics stream = instrument_->Statistics();
-    const bool hasErrors = instrument_->RefusalCount() > 0 || stream.sequenceErrors > 0 ||
-                           stream.modeErrors > 0;
+    const bool hasErrors =
+        instrument_->RefusalCount() > 0 || stream.sequenceErrors > 0 || stream.modeErrors > 0;
     const std::string summary = SummaryLine(*instrument_);
     if (instrument_->FlashGeneration() != savedGeneration_) SaveFlash();
     instrument_.reset();

@@ -73,11 +73,11 @@ public:
     {
         g_ConnectedCallback = nullptr;
         const CReleaseWaitingCommands release;
-        if (!CInterruptLock::IsHeldByThisThread()) EndRunForUnload();
+        if (!IsInsideLibrary()) EndRunForUnload();
         StopConnectThread();
         StopPollingThread();
         JoinConnectThread();
-        if (CInterruptLock::IsHeldByThisThread()) return;
+        if (IsInsideLibrary()) return;
         JoinPollingThread();
         FreeRawArrays();
         FreeCalibrationCache();

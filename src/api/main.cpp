@@ -102,7 +102,7 @@ void VRAXFree(void)
     }
     StopPollingThread();
     JoinConnectThread();
-    if (!CInterruptLock::IsHeldByThisThread()) JoinPollingThread();
+    if (!IsInsideLibrary()) JoinPollingThread();
     VRAXReset();
 }
 

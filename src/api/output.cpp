@@ -96,8 +96,7 @@ void _ResetVRAX(bool clearLeads)
     SpecialWaveFormNo = 0;
     ANE20000ChannelNo = 0;
     _ResetPPG();
-    if (!clearLeads) return;
-    SetAllOutputLead(0);
+    if (clearLeads) SetAllOutputLead(0);
     s_loopPlay = true;
     g_bECGOutputEnabled = true;
 }
@@ -105,7 +104,8 @@ void _ResetVRAX(bool clearLeads)
 void iResetVRAX(bool lead0On)
 {
     _ResetVRAX(true);
-    if (lead0On) VRAXSetOutputLead(0, true);
+    // Also where setters are refused, without an instrument and a listener.
+    if (lead0On && VRAXSetOutputLead(0, true) != kOk) SetAllOutputLead(1);
 }
 }  // namespace
 

@@ -30,11 +30,21 @@ void StayConnected()
     }
 }
 
+// No command may see a connected instrument and a run that does not stream to it yet: it would wait
+// for a free line that nobody frees.
+void MarkConnected()
+{
+    CInterruptLock lock;
+    g_bConnected = 1;
+    s_steps.resume();
+}
+
 void TearDown()
 {
     CReleaseWaitingCommands release;
     StopPollingThread();
     DeviceClose();
+    JoinPollingThread();  // its last read must not meet the next port
     s_bReplyPending = false;
     s_steps.lost();
     g_AutoMonitor.PauseMonitor();
@@ -54,8 +64,7 @@ void* ConnectDeviceThread(void*)
         // Before the listener is told: what it starts needs the poll thread, and a run that exists
         // must not hold up its commands.
         StartPollingThread();
-        g_bConnected = 1;
-        s_steps.resume();
+        MarkConnected();
         NotifyListener(true);
         StayConnected();
         TearDown();
@@ -89,7 +98,7 @@ void StopConnectThread()
 void JoinConnectThread()
 {
     CJoinableThread& thread = g_hConnectDeviceThread;
-    if (CInterruptLock::IsHeldByThisThread() || thread.IsCurrentThread()) return;
+    if (IsInsideLibrary() || thread.IsCurrentThread()) return;
     while (!thread.Join(kStopCheckMs)) {
         if (g_bStopConnectDeviceThread == 0) return;  // started anew from its own listener
     }

@@ -18,7 +18,8 @@ struct ConnectionSteps {
     void (*opened)();
     // Everything that the instrument needs before it counts as connected.
     void (*prepare)();
-    // Connected, polling, the listener not told yet: a run that exists goes on.
+    // Connected, polling, the listener not told yet: a run that exists goes on. Under the interrupt
+    // lock.
     void (*resume)();
     // The port is closed: forget what was known of the instrument.
     void (*lost)();

@@ -100,6 +100,8 @@ CApiLock::~CApiLock() NO_THREAD_SAFETY_ANALYSIS
     g_APICriticalSection.Unlock();
 }
 
+bool CApiLock::IsHeldByThisThread() { return t_apiDepth > 0; }
+
 CInterruptLock::CInterruptLock()
 {
     g_InterruptCriticalSection.Lock();

@@ -38,6 +38,8 @@ public:
     CApiLock(const CApiLock&) = delete;
     CApiLock& operator=(const CApiLock&) = delete;
 
+    static bool IsHeldByThisThread();
+
 private:
     bool taken_;
 };
@@ -49,9 +51,15 @@ public:
     CInterruptLock(const CInterruptLock&) = delete;
     CInterruptLock& operator=(const CInterruptLock&) = delete;
 
-    // The calling thread holds the interrupt lock: it runs in a callback of the library.
     static bool IsHeldByThisThread();
 };
+
+// The calling thread is in a callback of the library, which runs under one of its locks: it must
+// not wait for a thread of the library, which may want that lock.
+inline bool IsInsideLibrary()
+{
+    return CApiLock::IsHeldByThisThread() || CInterruptLock::IsHeldByThisThread();
+}
 
 // Held by the thread that builds and sends a packet, together with the interrupt lock.
 class SCOPED_CAPABILITY CLineOwner {

@@ -38,15 +38,15 @@ bool ReadStreamReply()
     return true;
 }
 
-// Until the run stops or the thread is told to: one reply is read for each packet sent, and lets
-// the next one go.
+// Until the thread is told to end or the run stops: one reply is read for each packet sent, and lets
+// the next one go. Being told to end comes first: a read that is repeated sets its own event.
 void PollStream()
 {
-    CEvent* events[] = {&g_hStopReceiveEvent, &g_hReadEvent, &s_hStopPoll};
-    while (s_ECGGoing) {
+    CEvent* events[] = {&s_hStopPoll, &g_hStopReceiveEvent, &g_hReadEvent};
+    while (s_ECGGoing && !s_bStopPool) {
         const int index = WaitForMultipleObjects(3, events, 0, kInfinite);
-        if (index == 0) g_hProcessRequestEvent.SetEvent();
-        if (index != 1) return;
+        if (index == 1) g_hProcessRequestEvent.SetEvent();
+        if (index != 2) return;
         if (ReadStreamReply()) {
             g_hSendEvent.SetEvent();
         } else {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
 inline std::uint16_t ReadBig16(const std::uint8_t* bytes)
 {
@@ -10,8 +11,8 @@ inline std::uint16_t ReadBig16(const std::uint8_t* bytes)
 
 inline void WriteBig16(std::uint8_t* bytes, std::uint16_t value)
 {
-    bytes[0] = static_cast<std::uint8_t>(value >> 8);
-    bytes[1] = static_cast<std::uint8_t>(value);
+    const auto wire = static_cast<std::uint16_t>(value << 8 | value >> 8);
+    std::memcpy(bytes, &wire, sizeof wire);
 }
 
 inline void WriteBig32(std::uint8_t* bytes, std::uint32_t value)

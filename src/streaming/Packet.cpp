@@ -121,9 +121,12 @@ void AdvanceClock(double dt)
 // After a step too many the next sample repeats this one's time.
 void CompensateDrift(const SampleClock& clock)
 {
-    g_fDelayAccumulated += clock.behind;
-    if (g_fDelayAccumulated < clock.step) return;
-    g_fDelayAccumulated -= clock.step;
+    const double behind = g_fDelayAccumulated + clock.behind;
+    if (behind < clock.step) {
+        g_fDelayAccumulated = behind;
+        return;
+    }
+    g_fDelayAccumulated = behind - clock.step;
     s_t -= clock.dt;
     s_tg -= clock.dt;
 }

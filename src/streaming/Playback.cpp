@@ -141,7 +141,7 @@ bool IsRunGoing() { return g_hPlayThread.IsRunning() && !IsStopRequested(); }
 
 void WaitForEndingRun()
 {
-    if (CInterruptLock::IsHeldByThisThread() || !IsStopRequested()) return;
+    if (IsInsideLibrary() || !IsStopRequested()) return;
     g_hPlayThread.Join();
 }
 

@@ -18,9 +18,11 @@ inline std::uint16_t GetPacketDCValue(double mv)
     if (std::isnan(mv)) return 0;
     const double x = std::clamp(mv, -kMaxMv, kMaxMv) + kMaxMv;
     const auto i = static_cast<std::size_t>(x);
+    const double part = x - static_cast<double>(i);
+    if (part == 0.0) return g_ECGDCVariableCalibrationData[i];  // a whole offset, the usual case
     const double low = g_ECGDCVariableCalibrationData[i];
     const double high = g_ECGDCVariableCalibrationData[std::min(i, kLastInterval) + 1];
-    return SaturateTo<std::uint16_t>(low + (x - static_cast<double>(i)) * (high - low));
+    return SaturateTo<std::uint16_t>(low + part * (high - low));
 }
 
 // What respiration divides the AC path by, from its baseline impedance; 1 for a baseline that the

@@ -48,10 +48,9 @@ double RestInputDynamicRange(CycleQuantities& c, double time)
 }
 }  // namespace
 
-double VoltageNoiseAt(double time)
+double SelectedNoiseAt(double time)
 {
     const int selector = g_MainNoise;
-    if (selector == 0) return 0.0;
     const double amplitude = g_MainsNoiseAmp;
     if (selector >= 1 && selector <= kMainsSelectors) {
         return amplitude / 2.0 * std::sin(kTwoPi * kMainsHz[selector - 1] * time);
@@ -61,9 +60,8 @@ double VoltageNoiseAt(double time)
 
 double GetVoltageNoiseAmplitude() { return VoltageNoiseAt(s_t); }
 
-double DriftAt(double time)
+double DriftTriangleAt(double time)
 {
-    if (!g_AAMIDriftTest) return 0.0;
     const double waveLength = g_AAMIDriftTestWaveLen;
     const double slope = g_AAMIDriftTestSlope;
     const double amplitude = g_AAMIDriftTestAmp;

@@ -2,12 +2,15 @@
 #pragma once
 
 #include "synthesis/BeatModel.h"
+#include "synthesis/Parameters.h"
 
 // Mains interference or random noise; added to functions 7, 14 and 17.
-double VoltageNoiseAt(double time);
+double SelectedNoiseAt(double time);
+inline double VoltageNoiseAt(double time) { return g_MainNoise == 0 ? 0.0 : SelectedNoiseAt(time); }
 double GetVoltageNoiseAmplitude();
 // The AAMI baseline drift triangle, 0 while the test is off; added to functions 7 and 14.
-double DriftAt(double time);
+double DriftTriangleAt(double time);
+inline double DriftAt(double time) { return g_AAMIDriftTest ? DriftTriangleAt(time) : 0.0; }
 // The sample of the selected noise-stress record. No record is built in yet: 0.
 double NstNoiseAt(double time);
 double GetNstNoise();

@@ -24,8 +24,7 @@ class HostPort {
 public:
     explicit HostPort(const std::string& path = "/dev/ttyACM0")
         : port_(open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC))
-    {
-    }
+    {}
     ~HostPort()
     {
         if (port_ >= 0) close(port_);
@@ -82,8 +81,8 @@ inline Bytes Padded(Bytes bytes, std::size_t size = 64)
     return bytes;
 }
 
-inline Bytes FlashFrame(bool write, std::uint8_t channel, std::uint32_t address,
-                        std::uint8_t count, const Bytes& data = {})
+inline Bytes FlashFrame(bool write, std::uint8_t channel, std::uint32_t address, std::uint8_t count,
+                        const Bytes& data = {})
 {
     Bytes frame = Padded({0x12, 0x55, 0xAA, static_cast<std::uint8_t>(write ? 0xFF : 0x00), 0x00,
                           channel, 0x00, count, static_cast<std::uint8_t>(address >> 24),

@@ -256,8 +256,7 @@ TEST(ControlBlock, RespirationHasAShortForm)
 {
     SimulatedInstrument instrument;
     const HostPort host;
-    const Bytes request =
-        Padded({0xEA, 0xFF, 0x01, 0, 0, 0, 0, 0, 15, 12, 1, 2}, 19);
+    const Bytes request = Padded({0xEA, 0xFF, 0x01, 0, 0, 0, 0, 0, 15, 12, 1, 2}, 19);
     EXPECT_EQ(host.Ask(request)[3], 0xFF);
     const auto block = instrument.ControlBlock();
     EXPECT_EQ(Bytes(block.begin() + 8, block.begin() + 13), (Bytes{15, 12, 1, 2, 0}));

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 #include "instrument/DcTable.h"
@@ -65,8 +67,8 @@ TEST(Packet, EveryModeHasItsLayout)
 TEST(Packet, RespirationSlotsHoldFourMoreCodes)
 {
     Bytes packet = MakePacket({0x23, 0, 100, -3, 0});
-    packet[8 + 12 + 4] = 0x01;  // slot 1 of frame 0, first resistance code
-    packet[8 + 12 + 11] = 0x09; // its baseline code
+    packet[8 + 12 + 4] = 0x01;   // slot 1 of frame 0, first resistance code
+    packet[8 + 12 + 11] = 0x09;  // its baseline code
     const auto frames = DecodePacket(packet);
     ASSERT_EQ(frames[0].slots.size(), 4U);
     EXPECT_EQ(frames[0].slots[1].dc, 100);

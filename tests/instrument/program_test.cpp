@@ -1,5 +1,6 @@
 // The program vrax-instrument: status, files, and the namespace of its command.
 
+#include <algorithm>
 #include <array>
 #include <clocale>
 #include <cstdio>
@@ -24,7 +25,7 @@ struct Outcome {
     std::string text;  // standard output and standard error
 };
 
-Outcome RunProgram(const std::string& arguments)
+Outcome Launch(const std::string& arguments)
 {
     const std::string command = "exec " VRAX_INSTRUMENT_PROGRAM " " + arguments + " 2>&1";
     Outcome outcome;
@@ -43,11 +44,9 @@ Outcome RunProgram(const std::string& arguments)
 class TemporaryFile {
 public:
     explicit TemporaryFile(const std::string& name)
-        : path((std::filesystem::temp_directory_path() /
-                (name + "." + std::to_string(getpid())))
+        : path((std::filesystem::temp_directory_path() / (name + "." + std::to_string(getpid())))
                    .string())
-    {
-    }
+    {}
     ~TemporaryFile() { std::filesystem::remove(path); }
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
@@ -78,43 +77,44 @@ std::string Ask(const std::string& octal, int replyBytes)
 
 TEST(Program, EndsWithTheStatusOfItsCommand)
 {
-    EXPECT_EQ(RunProgram("-- true").status, 0);
-    EXPECT_EQ(RunProgram("-- sh -c 'exit 7'").status, 7);
-    EXPECT_EQ(RunProgram("--none -- sh -c 'exit 9'").status, 9);
-    EXPECT_EQ(RunProgram("-- sh -c 'kill -TERM $$'").status, 128 + 15);
-    EXPECT_EQ(RunProgram("-- /no/such/program").status, 127);
-    EXPECT_EQ(RunProgram("--none -- /dev/null").status, 126);
+    EXPECT_EQ(Launch("-- true").status, 0);
+    EXPECT_EQ(Launch("-- sh -c 'exit 7'").status, 7);
+    EXPECT_EQ(Launch("--none -- sh -c 'exit 9'").status, 9);
+    EXPECT_EQ(Launch("-- sh -c 'kill -TERM $$'").status, 128 + 15);
+    EXPECT_EQ(Launch("-- /no/such/program").status, 127);
+    EXPECT_EQ(Launch("--none -- /dev/null").status, 126);
 }
 
 TEST(Program, RefusesWhatItDoesNotKnow)
 {
-    const Outcome option = RunProgram("--colour");
+    const Outcome option = Launch("--colour");
     EXPECT_EQ(option.status, 2);
     EXPECT_TRUE(Has(option.text, "--colour")) << option.text;
-    EXPECT_EQ(RunProgram("--port 128 -- true").status, 2);
-    EXPECT_EQ(RunProgram("--firmware 2.1 -- true").status, 2);
-    EXPECT_EQ(RunProgram("--firmware 2.1.0.256 -- true").status, 2);
-    EXPECT_EQ(RunProgram("--serial X -- true").status, 2);
-    EXPECT_EQ(RunProgram("--ppg 34zz -- true").status, 2);
-    EXPECT_EQ(RunProgram("--ppg 3407 --respiration -- true").status, 2);
-    EXPECT_EQ(RunProgram("--none").status, 2);
-    EXPECT_EQ(RunProgram("--").status, 2);
-    EXPECT_EQ(RunProgram("--help").status, 0);
+    EXPECT_EQ(Launch("--port 128 -- true").status, 2);
+    EXPECT_EQ(Launch("--firmware 2.1 -- true").status, 2);
+    EXPECT_EQ(Launch("--firmware 2.1.0.256 -- true").status, 2);
+    EXPECT_EQ(Launch("--serial X -- true").status, 2);
+    EXPECT_EQ(Launch("--ppg 34zz -- true").status, 2);
+    EXPECT_EQ(Launch("--ppg 3407 --respiration -- true").status, 2);
+    EXPECT_EQ(Launch("--none").status, 2);
+    EXPECT_EQ(Launch("--").status, 2);
+    EXPECT_EQ(Launch("--help").status, 0);
 }
 
 TEST(Program, SaysWhichFileItCannotWrite)
 {
-    const Outcome outcome = RunProgram("--record /no/such/folder/x.csv -- true");
+    const Outcome outcome = Launch("--record /no/such/folder/x.csv -- true");
     EXPECT_EQ(outcome.status, 1);
     EXPECT_TRUE(Has(outcome.text, "/no/such/folder/x.csv cannot be written")) << outcome.text;
-    EXPECT_EQ(RunProgram("--flash /dev/null -- true").status, 1);
+    EXPECT_EQ(Launch("--flash /dev/null -- true").status, 1);
 }
 
 TEST(Namespace, HasItsOwnPortAndLockDirectory)
 {
     setenv("VRAX_TEST", "passed on", 1);
-    const Outcome outcome = RunProgram("--port 3 -- sh -c 'ls -d /dev/ttyACM*; echo x > /var/lock/own; "
-                                "ls /var/lock/; echo $VRAX_TEST; echo z > /dev/null'");
+    const Outcome outcome = Launch(
+        "--port 3 -- sh -c 'ls -d /dev/ttyACM*; echo x > /var/lock/own; "
+        "ls /var/lock/; echo $VRAX_TEST; echo z > /dev/null'");
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.text, "/dev/ttyACM3\nown\npassed on\n");
     EXPECT_FALSE(std::filesystem::exists("/dev/ttyACM3"));
@@ -123,21 +123,22 @@ TEST(Namespace, HasItsOwnPortAndLockDirectory)
 
 TEST(Namespace, WithoutAnInstrumentHasNoPort)
 {
-    const Outcome outcome = RunProgram("--none -- sh -c 'ls /dev | grep -c ttyACM'");
+    const Outcome outcome = Launch("--none -- sh -c 'ls /dev | grep -c ttyACM'");
     EXPECT_EQ(outcome.text, "0\n");
 }
 
 TEST(Namespace, Nests)
 {
-    const Outcome outcome = RunProgram("--none -- " VRAX_INSTRUMENT_PROGRAM
-                                " --pace fast -- sh -c 'ls -d /dev/ttyACM*; echo a > /var/lock/b'");
+    const Outcome outcome =
+        Launch("--none -- " VRAX_INSTRUMENT_PROGRAM
+               " --pace fast -- sh -c 'ls -d /dev/ttyACM*; echo a > /var/lock/b'");
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.text, "/dev/ttyACM0\n");
 }
 
 TEST(Program, ForwardsSignalsToItsCommand)
 {
-    const Outcome outcome = RunProgram(
+    const Outcome outcome = Launch(
         "--none -- sh -c '" VRAX_INSTRUMENT_PROGRAM
         " -- sh -c \"trap \\\"echo got; exit 5\\\" TERM; echo up; while :; do sleep 0.05; done\" "
         "& sleep 1; kill -TERM $!; wait $!'");
@@ -148,8 +149,8 @@ TEST(Program, ForwardsSignalsToItsCommand)
 TEST(Program, GivesTheSerialNumberAndFirmwareOfItsOptions)
 {
     const Outcome outcome =
-        RunProgram("--serial TXY12AB-230300 --firmware 3.4.5.6 --summary -- sh -c \"" +
-            Ask("\\125\\0\\0", 12) + Ask("\\252\\003", 5) + "\"");
+        Launch("--serial TXY12AB-230300 --firmware 3.4.5.6 --summary -- sh -c \"" +
+               Ask("\\125\\0\\0", 12) + Ask("\\252\\003", 5) + "\"");
     EXPECT_TRUE(Has(outcome.text, "54 56 52 50 00 00 01 2c")) << outcome.text;
     EXPECT_TRUE(Has(outcome.text, "aa 03 04 05 06")) << outcome.text;
     EXPECT_TRUE(Has(outcome.text, "refusals=0")) << outcome.text;
@@ -158,10 +159,10 @@ TEST(Program, GivesTheSerialNumberAndFirmwareOfItsOptions)
 TEST(Program, StrictMakesARefusalAFailure)
 {
     const std::string bad = "-- sh -c \"printf '\\167' > /dev/ttyACM0; sleep 0.2\"";
-    const Outcome plain = RunProgram(bad);
+    const Outcome plain = Launch(bad);
     EXPECT_EQ(plain.status, 0);
     EXPECT_TRUE(Has(plain.text, "refused: unknown command of 1 bytes [77]")) << plain.text;
-    EXPECT_EQ(RunProgram("--strict " + bad).status, 3);
+    EXPECT_EQ(Launch("--strict " + bad).status, 3);
 }
 
 TEST(Program, KeepsTheFlashBetweenRuns)
@@ -174,21 +175,44 @@ TEST(Program, KeepsTheFlashBetweenRuns)
     for (int i = 0; i < 47; ++i) zeros += "\\0";
     const std::string option = "--flash " + flash.path;
     const Outcome write =
-        RunProgram(option + " -- sh -c \"" + Ask(head + "\\377" + rest + "\\132" + zeros, 64) + "\"");
+        Launch(option + " -- sh -c \"" + Ask(head + "\\377" + rest + "\\132" + zeros, 64) + "\"");
     EXPECT_EQ(write.status, 0) << write.text;
     ASSERT_FALSE(flash.Text().empty());
     const Outcome read =
-        RunProgram(option + " --serial 9 -- sh -c \"" + Ask(head + "\\0" + rest + "\\0" + zeros, 64) +
-            Ask("\\125\\0\\0", 12) + "\"");
+        Launch(option + " --serial 9 -- sh -c \"" + Ask(head + "\\0" + rest + "\\0" + zeros, 64) +
+               Ask("\\125\\0\\0", 12) + "\"");
     EXPECT_TRUE(Has(read.text, " 5a ")) << read.text;
     EXPECT_TRUE(Has(read.text, "54 56 52 50 00 00 00 09")) << read.text;
+}
+
+TEST(Program, RecordsTheSignalAndTracesTheExchanges)
+{
+    const TemporaryFile packet("vrax-packet");
+    const TemporaryFile csv("vrax-csv");
+    const TemporaryFile trace("vrax-trace");
+    const Bytes bytes = MakePacket({0x03, 0, 32767, 1600, 0});
+    std::ofstream(packet.path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()),
+               static_cast<std::streamsize>(bytes.size()));
+    std::string relays = "\\0\\377\\003\\116\\040";  // mode 3, 20000 Hz
+    for (int i = 0; i < 12; ++i) relays += "\\0";
+    const Outcome outcome = Launch("--strict --summary --record " + csv.path + " --trace " +
+                                   trace.path + " -- sh -c \"" + Ask(relays, 64) + "cat " +
+                                   packet.path + " >&3; head -c 64 <&3 | wc -c\"");
+    EXPECT_EQ(outcome.status, 0) << outcome.text;
+    EXPECT_TRUE(Has(outcome.text, "packets=1 samples=700 runs=1")) << outcome.text;
+    const std::string lines = csv.Text();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 701);
+    EXPECT_TRUE(Has(lines, "\n0.034950,0.000000,1.000000,0\n"));
+    EXPECT_TRUE(Has(trace.Text(), " > relays: 00 FF 03 4E 20 00 x12\n")) << trace.Text();
+    EXPECT_TRUE(Has(trace.Text(), " > stream packet: mode 03, frames 0 to 49")) << trace.Text();
 }
 
 TEST(Program, TakesControlLinesFromAFifo)
 {
     const TemporaryFile fifo("vrax-control");
-    const Outcome outcome = RunProgram("--control " + fifo.path + " -- sh -c 'echo unplug > " +
-                                fifo.path + "; sleep 0.3; ls /dev | grep -c ttyACM'");
+    const Outcome outcome = Launch("--control " + fifo.path + " -- sh -c 'echo unplug > " +
+                                   fifo.path + "; sleep 0.3; ls /dev | grep -c ttyACM'");
     EXPECT_TRUE(Has(outcome.text, "unplug: done")) << outcome.text;
     EXPECT_TRUE(Has(outcome.text, "0\n")) << outcome.text;
     EXPECT_FALSE(std::filesystem::exists(fifo.path));
@@ -196,9 +220,9 @@ TEST(Program, TakesControlLinesFromAFifo)
 
 TEST(Program, ServesWithoutACommandUntilItIsStopped)
 {
-    const Outcome outcome =
-        RunProgram("--none -- sh -c 'printf \"status\\nunplug\\nhelp\\n\" | timeout -s TERM 1 "
-            VRAX_INSTRUMENT_PROGRAM " --summary'");
+    const Outcome outcome = Launch(
+        "--none -- sh -c 'printf \"status\\nunplug\\nhelp\\n\" | timeout -s TERM "
+        "1 " VRAX_INSTRUMENT_PROGRAM " --summary'");
     EXPECT_TRUE(Has(outcome.text, "/dev/ttyACM0 plugged")) << outcome.text;
     EXPECT_TRUE(Has(outcome.text, "unplug: done")) << outcome.text;
     EXPECT_TRUE(Has(outcome.text, "packets=0")) << outcome.text;

@@ -128,7 +128,8 @@ TEST(Stream, StopPacketsOfTheirOwnFramingAreKnownAtOnce)
     Player player(host, 0x23, 5000);
     player.Play(1);
     player.Stop();
-    EXPECT_TRUE(instrument.WaitForStop(1, milliseconds(100)));
+    host.Ask({0xCC, 0x00, 'B'});  // the packet is looked at after its reply
+    EXPECT_EQ(instrument.Statistics().stopPackets, 1U);
     EXPECT_EQ(instrument.RefusalCount(), 0U);
 }
 
@@ -229,7 +230,7 @@ TEST(Stream, AStopPacketMayComeBeforeTheReplyToThePacketBefore)
     const auto start = Clock::now();
     ASSERT_TRUE(host.Write(MakeStopPacket(0x03, 50)));
     EXPECT_EQ(host.Read(128).size(), 128U);
-    EXPECT_LT(Clock::now() - start, milliseconds(300));
+    EXPECT_LT(Clock::now() - start, milliseconds(600));  // not the 700 that two packets last
     EXPECT_EQ(instrument.Statistics().stopPackets, 1U);
 }
 
