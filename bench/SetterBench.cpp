@@ -4,6 +4,7 @@
 #include <benchmark/benchmark.h>
 
 #include <stdlib.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -27,6 +28,11 @@ public:
     ~CLogFile() { unlink(path_.c_str()); }
     CLogFile(const CLogFile&) = delete;
     const char* Path() const { return path_.c_str(); }
+    bool IsEmpty() const
+    {
+        struct stat info {};
+        return stat(path_.c_str(), &info) != 0 || info.st_size == 0;
+    }
 
 private:
     std::string path_;
@@ -43,6 +49,7 @@ void SetAmplitude(benchmark::State& state, bool plays, bool logs)
         if (VRAXSetAmplitude(amplitude) != 0) state.SkipWithError("refused");
     }
     DisableSaveLog();
+    if (logs == log.IsEmpty()) state.SkipWithError("the log is not what it should be");
     VRAXSetOutputFunction(OUTPUT_OFF);
 }
 }  // namespace

@@ -27,17 +27,18 @@ DcWords MakeDefaultWords()
 // segments come from the outside in, so the one nearest to zero has the last word.
 void FillSegment(std::vector<double>& mv, const DcWords& words, std::size_t index)
 {
-    const int low = words[index];
-    const int high = words[index + 1];
+    const std::ptrdiff_t low = words[index];
+    const std::ptrdiff_t high = words[index + 1];
     const double from = static_cast<double>(index) - kZeroIndex;
-    const int step = low <= high ? 1 : -1;
-    const int codes = std::abs(high - low);
+    const std::ptrdiff_t step = low <= high ? 1 : -1;
+    const std::ptrdiff_t codes = std::abs(high - low);
     if (codes == 0) {
         mv[static_cast<std::size_t>(low)] = index >= kZeroIndex ? from : from + 1;
         return;
     }
-    for (int i = 0; i <= codes; ++i) {
-        mv[static_cast<std::size_t>(low + i * step)] = from + static_cast<double>(i) / codes;
+    for (std::ptrdiff_t i = 0; i <= codes; ++i) {
+        const double part = static_cast<double>(i) / static_cast<double>(codes);
+        mv[static_cast<std::size_t>(low + i * step)] = from + part;
     }
 }
 

@@ -12,16 +12,18 @@ namespace {
 constexpr std::uint8_t kErasedByte = 0xFF;
 constexpr char kImageHead[] = "vrax-instrument flash 1\n";
 
+constexpr std::size_t kKib = 1024;
+
 struct Memory {
     std::uint8_t channel;
     std::size_t bytes;
 };
 // Channel 3 also holds the 120 KiB image of the FPGA; the others fit the records they hold.
 constexpr Memory kMemories[] = {
-    {kMainChannel, 4 * 1024},
-    {kEcgChannel, 120 * 1024},
-    {kDcChannel, 16 * 1024},
-    {kModuleChannel, 32 * 1024},
+    {kMainChannel, 4 * kKib},
+    {kEcgChannel, 120 * kKib},
+    {kDcChannel, 16 * kKib},
+    {kModuleChannel, 32 * kKib},
 };
 
 }  // namespace

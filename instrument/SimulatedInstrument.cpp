@@ -271,10 +271,10 @@ Bytes SimulatedInstrument::SamplingBlock(std::uint8_t mask, std::uint16_t value,
     block[0] = 0xAD;
     block[1] = 0xFF;
     block[4] = mask;
-    const auto channels = static_cast<unsigned>(std::popcount(mask));
+    const auto channels = static_cast<std::size_t>(std::popcount(mask));
     if (channels == 0) return block;
     for (std::size_t at = 8; at + 2 * channels < block.size(); at += 2 * channels + 1) {
-        for (unsigned i = 0; i < channels; ++i) {
+        for (std::size_t i = 0; i < channels; ++i) {
             block[at + 2 * i] = static_cast<std::uint8_t>(value >> 8);
             block[at + 2 * i + 1] = static_cast<std::uint8_t>(value & 0xFF);
         }

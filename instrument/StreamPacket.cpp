@@ -32,18 +32,18 @@ void PutWord(std::uint8_t* at, std::uint16_t word)
     at[1] = static_cast<std::uint8_t>(word & 0xFF);
 }
 
-unsigned PpgChannels(std::uint8_t mode)
+std::size_t PpgChannels(std::uint8_t mode)
 {
-    return static_cast<unsigned>(std::popcount(static_cast<unsigned>(mode & kModePpgBits)));
+    return static_cast<std::size_t>(std::popcount(static_cast<unsigned>(mode & kModePpgBits)));
 }
 
 // A stop frame counts channels where a data frame counts slots: it leaves the respiration bit out,
 // and the ECG slot too when no ECG bit is set.
 Layout StopLayoutOf(std::uint8_t mode)
 {
-    const unsigned channels = PpgChannels(mode);
-    const unsigned ecg = (mode & kModeEcg) != 0 ? 1 : 0;
-    const unsigned parts = std::max(channels + ecg, 1U);
+    const std::size_t channels = PpgChannels(mode);
+    const std::size_t ecg = (mode & kModeEcg) != 0 ? 1 : 0;
+    const std::size_t parts = std::max<std::size_t>(channels + ecg, 1);
     return {14 / parts, 4 * (channels + 1), 2 * channels};
 }
 
@@ -56,7 +56,7 @@ std::array<std::uint8_t, kFrameBytes> StopFrame(std::uint8_t mode, std::uint16_t
     frame[1] = mode;
     frame[5] = static_cast<std::uint8_t>(layout.samples);
     if ((mode & kModeEcg) == 0) return frame;
-    for (unsigned slot = 0; slot < layout.samples; ++slot) {
+    for (std::size_t slot = 0; slot < layout.samples; ++slot) {
         PutWord(&frame[kSlotOffset + slot * layout.slotBytes], restCode);
     }
     return frame;
@@ -68,12 +68,12 @@ bool EqualsButSequence(FrameView frame, const std::array<std::uint8_t, kFrameByt
            std::memcmp(frame.data() + 8, wanted.data() + 8, kFrameBytes - 8) == 0;
 }
 
-Slot SlotAt(FrameView frame, std::size_t offset, unsigned extraCodes)
+Slot SlotAt(FrameView frame, std::size_t offset, std::size_t extraCodes)
 {
     Slot slot;
     slot.dc = WordAt(frame, offset);
     slot.ac = static_cast<std::int16_t>(WordAt(frame, offset + 2));
-    for (unsigned i = 0; i < extraCodes; ++i) slot.extra[i] = WordAt(frame, offset + 4 + 2 * i);
+    for (std::size_t i = 0; i < extraCodes; ++i) slot.extra[i] = WordAt(frame, offset + 4 + 2 * i);
     return slot;
 }
 
@@ -110,7 +110,7 @@ Layout LayoutOf(std::uint8_t mode)
 {
     if (mode == kModeEcg) return {14, 4, 0};
     if (mode == kModeEcgAndRespiration) return {4, 12, 4};
-    const unsigned channels = PpgChannels(mode);
+    const std::size_t channels = PpgChannels(mode);
     return {14 / (channels + 1), 4 * (channels + 1), 2 * channels};
 }
 
@@ -171,7 +171,7 @@ std::string FramingFault(std::span<const std::uint8_t> packet, std::size_t& badF
 std::string CheckPacket(std::span<const std::uint8_t> packet)
 {
     std::size_t badFrame = 0;
-    const std::string fault = FramingFault(packet, badFrame);
+    std::string fault = FramingFault(packet, badFrame);
     if (!fault.empty()) {
         if (packet.size() != kPacketBytes) return fault;
         const std::uint16_t restCode = WordAt(packet, kSlotOffset);
@@ -215,11 +215,11 @@ Bytes MakePacket(const PacketContent& content)
         frame[1] = content.mode;
         frame[5] = static_cast<std::uint8_t>(layout.samples);
         PutWord(frame + 6, static_cast<std::uint16_t>(content.firstSequence + i));
-        for (unsigned slot = 0; slot < layout.samples; ++slot) {
+        for (std::size_t slot = 0; slot < layout.samples; ++slot) {
             std::uint8_t* at = frame + kSlotOffset + slot * layout.slotBytes;
             PutWord(at, content.dcCode);
             PutWord(at + 2, static_cast<std::uint16_t>(content.acCode));
-            for (unsigned extra = 0; extra < layout.extraCodes; ++extra) {
+            for (std::size_t extra = 0; extra < layout.extraCodes; ++extra) {
                 PutWord(at + 4 + 2 * extra, content.extraCode);
             }
         }

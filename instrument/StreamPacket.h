@@ -30,9 +30,9 @@ constexpr std::uint8_t kModeRespiration = 0x20;
 
 // How the slots of a data frame are laid out for an operate mode.
 struct Layout {
-    unsigned samples = 0;  // in one frame
-    unsigned slotBytes = 0;
-    unsigned extraCodes = 0;  // 16-bit codes that follow the ECG pair in each slot
+    std::size_t samples = 0;  // in one frame
+    std::size_t slotBytes = 0;
+    std::size_t extraCodes = 0;  // 16-bit codes that follow the ECG pair in each slot
 };
 Layout LayoutOf(std::uint8_t mode);
 

@@ -168,15 +168,15 @@ void Renderer::DrawCalibration(int row)
 {
     constexpr double kFoot = 2.5;
     const double width = kPulseSeconds * kMmPerSecond;
-    double x = kMargin + kFoot;
-    paper_.MoveTo(x, Y(row, 0));
-    paper_.LineTo(x += kFoot, Y(row, 0));
-    paper_.LineTo(x, Y(row, kPulseMv));
-    paper_.LineTo(x += width, Y(row, kPulseMv));
-    paper_.LineTo(x, Y(row, 0));
-    paper_.LineTo(x += kFoot, Y(row, 0));
+    const double up = kMargin + 2 * kFoot;
+    paper_.MoveTo(up - kFoot, Y(row, 0));
+    paper_.LineTo(up, Y(row, 0));
+    paper_.LineTo(up, Y(row, kPulseMv));
+    paper_.LineTo(up + width, Y(row, kPulseMv));
+    paper_.LineTo(up + width, Y(row, 0));
+    paper_.LineTo(up + width + kFoot, Y(row, 0));
     paper_.Stroke(kInk, kTraceWidth);
-    paper_.Text(kMargin + kFoot + kFoot + width / 2.0, Y(row, kPulseMv) - 1.2, "1 mV",
+    paper_.Text(up + width / 2.0, Y(row, kPulseMv) - 1.2, "1 mV",
                 {.size = 2.2, .colour = kGrey, .anchor = Anchor::Centre, .hasHalo = true});
 }
 

@@ -43,13 +43,13 @@ EcgPaper::~EcgPaper()
 void EcgPaper::GridLines(double x, double y, double width, double height, double step,
                          const Colour& colour, double lineWidth)
 {
-    for (double at = 0; at <= width; at += step) {
-        MoveTo(x + at, y);
-        LineTo(x + at, y + height);
+    for (int i = 0; i * step <= width; ++i) {
+        MoveTo(x + i * step, y);
+        LineTo(x + i * step, y + height);
     }
-    for (double at = 0; at <= height; at += step) {
-        MoveTo(x, y + at);
-        LineTo(x + width, y + at);
+    for (int i = 0; i * step <= height; ++i) {
+        MoveTo(x, y + i * step);
+        LineTo(x + width, y + i * step);
     }
     Stroke(colour, lineWidth);
 }

@@ -4,6 +4,7 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -130,11 +131,11 @@ void MakeLockDirectory()
     char resolved[PATH_MAX];
     if (realpath(kLockDirectory, resolved) == nullptr) {
         // A link to a directory that is made at boot, in a container that never booted.
-        char target[PATH_MAX] = {};
-        if (readlink(kLockDirectory, target, sizeof target - 1) <= 0) {
-            std::strcpy(target, kLockDirectory);
-        }
-        mkdir(target, 0755);
+        std::error_code error;
+        const std::filesystem::path lock(kLockDirectory);
+        const auto target = std::filesystem::read_symlink(lock, error);
+        const auto directory = error ? lock : lock.parent_path() / target;
+        mkdir(directory.c_str(), 0755);
         if (realpath(kLockDirectory, resolved) == nullptr) {
             Fail(fmt::format("the lock directory {} cannot be made", kLockDirectory));
         }

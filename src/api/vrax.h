@@ -187,7 +187,8 @@ VRAX_API long VRAXGetDeviceHandle(void);
  *
  * A handle other than 0 is asked at once to identify itself, which fills the records of this
  * group; whether it did shows in VRAXGetSerialNumber(). This is not a connection:
- * VRAXIsConnected() stays as it was.
+ * VRAXIsConnected() stays as it was, and no calibration is loaded: call LoadCalibrationData() or
+ * ReadDCCalibrationData() before anything is played.
  *
  * @param handle  an open descriptor, or -1 for none
  */

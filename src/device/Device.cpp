@@ -62,6 +62,13 @@ std::int64_t BudgetNs(unsigned milliseconds)
     return microseconds * kNsPerUs;
 }
 
+// The node may be back under the same name while the descriptor belongs to what was unplugged.
+bool HasHungUp()
+{
+    pollfd port = {static_cast<int>(g_hDevice), 0, 0};
+    return poll(&port, 1, 0) > 0 && (port.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
+}
+
 // > 0 ready, 0 time-out, < 0 error.
 int WaitReady(int port, short events, std::int64_t deadlineNs)
 {
@@ -143,7 +150,7 @@ int DeviceIsAlive()
         }
     }
     closedir(directory);
-    return alive;
+    return alive == 1 && !HasHungUp() ? 1 : 0;
 }
 
 int DeviceIsConnected() { return g_hDevice != -1 ? 1 : 0; }

@@ -40,7 +40,7 @@ int FindDevice(int port);
 int DeviceConnect(int port, int attempts);
 void DeviceClose();
 
-// The open port's node is still among /dev/ttyACM*.
+// The open port's node is still among /dev/ttyACM*, and the port has not hung up.
 int DeviceIsAlive();
 int DeviceIsConnected();
 int DeviceCancelIO();

@@ -49,8 +49,11 @@ TEST_F(AdoptedPort, AnswersCommandsAndLetsParametersBeSet)
     EXPECT_EQ(instrument_.Relays().word & 0x090000U, 0x090000U);  // leads 0 and 3
 }
 
+// Without a connection nothing loads the DC table but the application.
 TEST_F(AdoptedPort, PlaysAndStops)
 {
+    instrument_.ProgramDcTable(DefaultDcWords());
+    ASSERT_TRUE(ReadDCCalibrationData());
     ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_SINE), 0);
     ASSERT_TRUE(instrument_.WaitForPackets(10));
     EXPECT_EQ(VRAXSetOutputFunction(OUTPUT_OFF), 0);

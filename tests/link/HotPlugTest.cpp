@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <tuple>
+#include <ostream>
 
 #include "support/LinkHost.h"
 
@@ -30,6 +30,9 @@ bool IsSound()
         },
         std::chrono::milliseconds(kConnectMs));
 }
+
+constexpr FaultKind kHangUps[] = {FaultKind::HangUpBefore, FaultKind::HangUpDuring,
+                                  FaultKind::HangUpAfter};
 
 std::string Name(FaultKind kind)
 {
@@ -67,50 +70,86 @@ TEST(HotPlug, WhileSearchingMayComeAndGo)
     EXPECT_TRUE(IsSound());
 }
 
-// The request that is hit, how many of its kind pass first, and when the plug is pulled.
+namespace {
+
+// The request at which the plug is pulled, how many of its kind pass first, and when.
 struct Moment {
-    const char* name;
+    std::string name;
     Request request;
     unsigned skip;
+    FaultKind kind;
 };
-class HotPlugAtRequest : public testing::TestWithParam<std::tuple<Moment, FaultKind>> {};
+void PrintTo(const Moment& moment, std::ostream* out) { *out << moment.name; }
+
+std::vector<Moment> MomentsOfAConnection()
+{
+    const Moment requests[] = {
+        {"Probe_Drain", Request::SamplingStop, 0, {}},
+        {"Probe_Identify", Request::Identify, 0, {}},
+        {"Probe_Record", Request::FlashRead, 0, {}},
+        {"Probe_Hardware", Request::HardwareInfo, 0, {}},
+        {"Probe_Firmware", Request::FirmwareInfo, 0, {}},
+        {"Probe_Module", Request::FlashRead, 1, {}},
+        {"Preparation_Relays", Request::Relays, 0, {}},
+        {"Preparation_TableProbe", Request::FlashRead, 2, {}},
+        {"Preparation_Table", Request::FlashRead, 100, {}},
+        {"Preparation_Light", Request::DynamicLight, 0, {}},
+    };
+    std::vector<Moment> moments;
+    for (Moment moment : requests) {
+        const std::string name = moment.name;
+        for (const FaultKind kind : kHangUps) {
+            moment.kind = kind;
+            moment.name = name + "_" + Name(kind);
+            moments.push_back(moment);
+        }
+    }
+    return moments;
+}
+
+class HotPlugAtRequest : public testing::TestWithParam<Moment> {};
+
+}  // namespace
 
 TEST_P(HotPlugAtRequest, OfTheConnectionIsConnectedWhenItIsBack)
 {
-    const auto [moment, kind] = GetParam();
+    const Moment moment = GetParam();
     SimulatedInstrument instrument(WithoutNode());
-    instrument.Inject(MakeFault(kind, moment.request, 1, moment.skip));
+    instrument.Inject(MakeFault(moment.kind, moment.request, 1, moment.skip));
     instrument.Plug();
     CListeningHost host;
     ASSERT_TRUE(instrument.WaitUntilUnplugged());
+    ASSERT_TRUE(Eventually([] { return CountLockFiles() == 0; }));  // the port was given up
     instrument.Plug();
     EXPECT_TRUE(IsSound());
     EXPECT_TRUE(Listener::WaitFor(true));
     EXPECT_TRUE(Listener::Told().back());
 }
 
-constexpr Moment kMoments[] = {
-    {"Probe_Drain", Request::SamplingStop, 0},
-    {"Probe_Identify", Request::Identify, 0},
-    {"Probe_Record", Request::FlashRead, 0},
-    {"Probe_Hardware", Request::HardwareInfo, 0},
-    {"Probe_Firmware", Request::FirmwareInfo, 0},
-    {"Probe_Module", Request::FlashRead, 1},
-    {"Preparation_Relays", Request::Relays, 0},
-    {"Preparation_TableProbe", Request::FlashRead, 2},
-    {"Preparation_Table", Request::FlashRead, 100},
-    {"Preparation_Light", Request::DynamicLight, 0},
-};
+INSTANTIATE_TEST_SUITE_P(Moments, HotPlugAtRequest, testing::ValuesIn(MomentsOfAConnection()),
+                         [](const auto& parameter) { return parameter.param.name; });
 
-INSTANTIATE_TEST_SUITE_P(Moments, HotPlugAtRequest,
-                         testing::Combine(testing::ValuesIn(kMoments),
-                                          testing::Values(FaultKind::HangUpBefore,
-                                                          FaultKind::HangUpDuring,
-                                                          FaultKind::HangUpAfter)),
-                         [](const auto& parameter) {
-                             return std::string(std::get<0>(parameter.param).name) + "_" +
-                                    Name(std::get<1>(parameter.param));
-                         });
+// The name is back before anybody looks for it, but it leads to another terminal.
+TEST(HotPlug, QuickerThanTheMonitorLooksIsNoticedInThePreparation)
+{
+    SimulatedInstrument instrument(WithoutNode());
+    instrument.Inject(MakeFault(FaultKind::HangUpBefore, Request::FlashRead, 1, 50));
+    instrument.Plug();
+    CListeningHost host;
+    ASSERT_TRUE(instrument.WaitUntilUnplugged());
+    instrument.Plug();
+    EXPECT_TRUE(IsSound());
+}
+
+TEST(HotPlug, QuickerThanTheMonitorLooksIsNoticedWhileIdle)
+{
+    SimulatedInstrument instrument(0);
+    CConnectedHost host;
+    instrument.Unplug();
+    instrument.Plug();
+    EXPECT_TRUE(IsSound());
+    EXPECT_EQ(Listener::Told(), std::vector<bool>({true, false, true}));
+}
 
 TEST(HotPlug, IdleIsToldAndForgetsTheInstrument)
 {
@@ -182,6 +221,5 @@ TEST_P(HotPlugInCommand, FailsTheCommandAndConnectsAgain)
 }
 
 INSTANTIATE_TEST_SUITE_P(Moments, HotPlugInCommand,
-                         testing::Values(FaultKind::HangUpBefore, FaultKind::HangUpDuring,
-                                         FaultKind::HangUpAfter),
+                         testing::ValuesIn(kHangUps),
                          [](const auto& parameter) { return Name(parameter.param); });

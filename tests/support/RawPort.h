@@ -40,6 +40,7 @@ public:
 
     const std::string& Path() const { return path_; }
     const std::string& Terminal() const { return terminal_; }
+    int Master() const { return master_; }
     // The terminal's own side, open as long as the port is.
     int Slave() const { return slave_; }
 

@@ -246,7 +246,8 @@ TEST(Respiration, ModulatesTheHeartRate)
             const double now = n / static_cast<double>(kRate);
             if (n > 0) phase += (1.0 + 0.2 * RespirationVoltageAt(now)) / kRate;
             const double t = phase - std::floor(phase);
-            const double v = MainFunctionVoltage(function, cycle, {now, kRate}, std::fmod(now, 1.0));
+            const double v =
+                MainFunctionVoltage(function, cycle, {now, kRate}, std::fmod(now, 1.0));
             const reference::Beat beat;
             const double expected = function == OUTPUT_ECG ? reference::StandardBeat(beat, t)
                                                            : reference::CustomBeat(beat, t);

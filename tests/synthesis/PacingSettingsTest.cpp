@@ -1,0 +1,196 @@
+// The pacing settings on the wire: a block that is read, rewritten in place and written back.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "instrument/DcTable.h"
+#include "instrument/SimulatedInstrument.h"
+#include "support/FittedModule.h"
+#include "synthesis/Pacing.h"
+#include "synthesis/Parameters.h"
+#include "synthesis/Respiration.h"
+#include "vrax.h"
+
+namespace {
+using instrument::Bytes;
+using instrument::FaultKind;
+using instrument::Request;
+
+class PacingSettings : public testing::Test {
+protected:
+    PacingSettings()
+    {
+        EXPECT_TRUE(VRAXConnect(0, 20000));
+        instrument_.ClearExchanges();
+    }
+    ~PacingSettings() override { VRAXFree(); }
+
+    int Word(std::size_t index) const
+    {
+        const auto block = instrument_.ControlBlock();
+        return block[index] << 8 | block[index + 1];
+    }
+    int Amplitude() const { return Word(24); }
+    int Duration() const { return Word(26); }
+    static int DcDifference(double mv)
+    {
+        return (instrument::DefaultDcCode(mv) - instrument::DefaultDcCode(0.0)) & 0xFFFF;
+    }
+
+    instrument::SimulatedInstrument instrument_{0};
+};
+
+TEST_F(PacingSettings, AreReadThenWrittenBackAsAWholeBlock)
+{
+    g_PA = 100.0;
+    EXPECT_EQ(SetPacing(), 1);
+    const auto reads = instrument_.Exchanges(Request::ControlRead);
+    const auto writes = instrument_.Exchanges(Request::ControlWrite);
+    ASSERT_EQ(reads.size(), 1u);
+    ASSERT_EQ(writes.size(), 1u);
+    EXPECT_EQ(reads[0].request, (Bytes{0xEA, 0x00, 0x01}));
+    Bytes expected = reads[0].reply;
+    ASSERT_EQ(expected.size(), 64u);
+    const int amplitude = DcDifference(100.0);
+    expected[1] = 0xFF;
+    expected[24] = static_cast<std::uint8_t>(amplitude >> 8);
+    expected[25] = static_cast<std::uint8_t>(amplitude);
+    expected[26] = 0;
+    expected[27] = 80;  // 2 ms
+    std::fill(expected.begin() + 28, expected.begin() + 38, std::uint8_t{0});
+    EXPECT_EQ(writes[0].request, expected);
+}
+
+TEST_F(PacingSettings, LeaveTheOtherBytesOfTheBlockAlone)
+{
+    for (const std::size_t index : {8u, 12u, 23u, 38u, 63u})
+        instrument_.SetControlByte(index, 0x5A);
+    for (std::size_t index = 28; index < 38; ++index) instrument_.SetControlByte(index, 0x77);
+    EXPECT_EQ(SetPacing(), 1);
+    const auto block = instrument_.ControlBlock();
+    for (const std::size_t index : {8u, 12u, 23u, 38u, 63u}) EXPECT_EQ(block[index], 0x5A) << index;
+    for (std::size_t index = 28; index < 38; ++index) EXPECT_EQ(block[index], 0) << index;
+}
+
+TEST_F(PacingSettings, WithoutAmplitudeAreZero)
+{
+    g_PA = 0.0;
+    g_PacingDuration = 3.0;
+    EXPECT_EQ(SetPacing(), 1);
+    EXPECT_EQ(Amplitude(), 0);
+    EXPECT_EQ(Duration(), 0);
+}
+
+TEST_F(PacingSettings, CarryTheAmplitudeAsADifferenceOfDCCodes)
+{
+    for (const double mv : {700.0, 2.0, -2.0, -700.0}) {
+        g_PA = mv;
+        ASSERT_EQ(SetPacing(), 1);
+        EXPECT_EQ(Amplitude(), DcDifference(mv)) << mv;
+    }
+}
+
+TEST_F(PacingSettings, CarryTheDurationInTicksOf25Microseconds)
+{
+    g_PA = 5.0;
+    const struct {
+        double ms;
+        int ticks;
+    } kDurations[] = {{0.03, 1}, {0.05, 2}, {0.1, 4}, {1.0, 40}, {3.0, 120}};
+    for (const auto& [ms, ticks] : kDurations) {
+        g_PacingDuration = ms;
+        ASSERT_EQ(SetPacing(), 1);
+        EXPECT_EQ(Duration(), ticks) << ms;
+    }
+}
+
+TEST_F(PacingSettings, CarryTheDurationInTenthsOfAMillisecondForTheRespirationModule)
+{
+    FitRespirationModule();
+    g_PA = 5.0;
+    g_PacingDuration = 2.26;
+    ASSERT_EQ(SetPacing(), 1);
+    EXPECT_EQ(Duration(), 23);
+}
+
+TEST_F(PacingSettings, UnderRespirationAreAnAttenuatedACCodeOfAtMostTwentyMillivolts)
+{
+    g_RespirationEnabled = true;
+    s_RespBaseline = 500;
+    const auto code = [](double mv) { return static_cast<int>(1600.0 * mv / 4.793) & 0xFFFF; };
+    const struct {
+        double set;
+        double sent;
+    } kAmplitudes[] = {{10.0, 10.0}, {700.0, 20.0}, {-700.0, -20.0}, {-3.0, -3.0}};
+    for (const auto& [set, sent] : kAmplitudes) {
+        g_PA = set;
+        ASSERT_EQ(SetPacing(), 1);
+        EXPECT_EQ(Amplitude(), code(sent)) << set;
+    }
+    g_PA = 0.0;
+    ASSERT_EQ(SetPacing(), 1);
+    EXPECT_EQ(Amplitude(), 0);
+}
+
+TEST_F(PacingSettings, DeriveTheDriftFromTheBeatRateOrTheirOwn)
+{
+    g_F = 70.9 / 60.0;  // 70 whole beats
+    g_PacingRate = 60u;
+    ASSERT_EQ(SetPacing(), 1);
+    EXPECT_DOUBLE_EQ(g_fPacingDelayPerSecond, 50.0 / 2400000.0 + 3e-5);
+    g_pacingSynchronized = false;
+    ASSERT_EQ(SetPacing(), 1);
+    EXPECT_DOUBLE_EQ(g_fPacingDelayPerSecond, 3e-5);
+}
+
+TEST_F(PacingSettings, FailWithoutAcknowledgement)
+{
+    instrument_.Inject({FaultKind::WrongAcknowledge, Request::ControlWrite});
+    EXPECT_EQ(SetPacing(), 0);
+    EXPECT_EQ(SetPacing(), 1);
+}
+
+TEST_F(PacingSettings, FailWhenAReplyIsShort)
+{
+    instrument::Fault shortRead{FaultKind::ShortReply, Request::ControlRead};
+    shortRead.bytes = 63;
+    instrument_.Inject(shortRead);
+    EXPECT_EQ(SetPacing(), 0);
+    EXPECT_TRUE(instrument_.Exchanges(Request::ControlWrite).empty());
+    instrument::Fault shortWrite{FaultKind::ShortReply, Request::ControlWrite};
+    shortWrite.bytes = 63;
+    instrument_.Inject(shortWrite);
+    EXPECT_EQ(SetPacing(), 0);
+    instrument_.Inject({FaultKind::Silence, Request::ControlWrite});
+    EXPECT_EQ(SetPacing(), 0);
+}
+
+TEST_F(PacingSettings, AreSentByTheCallAndByTheOutputFunction)
+{
+    EXPECT_EQ(VRAXSetPacingAmplitude(20.0), 0);
+    EXPECT_TRUE(instrument_.Exchanges(Request::ControlWrite).empty());
+    EXPECT_EQ(VRAXApplyPacing(), 1);
+    EXPECT_EQ(Amplitude(), DcDifference(20.0));
+    VRAXSetPacingAmplitude(-20.0);
+    EXPECT_EQ(VRAXSetOutputFunction(OUTPUT_ECG), 0);
+    EXPECT_EQ(Amplitude(), DcDifference(-20.0));
+}
+
+TEST_F(PacingSettings, AreSentBetweenTwoPacketsWhilePlaying)
+{
+    ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_ECG), 0);
+    ASSERT_TRUE(instrument_.WaitForPackets(3));
+    instrument_.ClearExchanges();
+    VRAXSetPacingAmplitude(33.0);
+    EXPECT_EQ(VRAXApplyPacing(), 1);
+    ASSERT_TRUE(instrument_.WaitForExchange(Request::ControlWrite));
+    EXPECT_EQ(Amplitude(), DcDifference(33.0));
+    ASSERT_TRUE(instrument_.WaitForMorePackets(3));
+    VRAXSetOutputFunction(OUTPUT_OFF);
+    EXPECT_EQ(instrument_.Statistics().sequenceErrors, 0u);
+    EXPECT_EQ(instrument_.RefusalCount(), 0u);
+}
+
+TEST(PacingSettingsWithoutInstrument, Fail) { EXPECT_EQ(SetPacing(), 0); }
+}  // namespace
