@@ -8,6 +8,7 @@
 
 #include <fcntl.h>
 #include <stdlib.h>
+#include <sys/resource.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -15,6 +16,7 @@
 #include <chrono>
 #include <cstdio>
 #include <stdexcept>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -36,6 +38,33 @@ double SecondsSince(Clock::time_point start)
 {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
+
+// Of all threads of this process: the library, the instrument and the ping-pong.
+double CpuSeconds()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+           static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) * 1e-6;
+}
+
+struct Rate {
+    double perSecond = 0;
+    double cpuUs = 0;  // a packet or round trip, both ends
+};
+
+class CRateMeter {
+public:
+    Rate After(double count) const
+    {
+        return {count / SecondsSince(start_), (CpuSeconds() - cpu_) * 1e6 / count};
+    }
+    Clock::time_point Start() const { return start_; }
+
+private:
+    double cpu_ = CpuSeconds();
+    Clock::time_point start_ = Clock::now();
+};
 
 bool ReadWhole(int file, unsigned char* buffer, std::size_t length)
 {
@@ -107,32 +136,29 @@ bool RoundTrip(int host)
     return WriteWhole(host, request, sizeof request) && ReadWhole(host, reply, sizeof reply);
 }
 
-// Round trips a second.
-double MeasurePingPong(int host)
+Rate MeasurePingPong(int host)
 {
     double trips = 0;
-    const Clock::time_point start = Clock::now();
-    while (Clock::now() - start < kWindow) {
+    const CRateMeter meter;
+    while (Clock::now() - meter.Start() < kWindow) {
         for (int i = 0; i < kLooksEvery; ++i) {
             if (!RoundTrip(host)) throw std::runtime_error("the pseudo-terminal failed");
         }
         trips += kLooksEvery;
     }
-    return trips / SecondsSince(start);
+    return meter.After(trips);
 }
 
-// Packets a second.
-double MeasureStream(const instrument::SimulatedInstrument& device)
+Rate MeasureStream(const instrument::SimulatedInstrument& device)
 {
     if (VRAXSetOutputFunction(OUTPUT_ECG) != 0) throw std::runtime_error("the run did not start");
     std::this_thread::sleep_for(kWarmUp);
     const std::size_t before = device.PacketCount();
-    const Clock::time_point start = Clock::now();
+    const CRateMeter meter;
     std::this_thread::sleep_for(kWindow);
-    const std::size_t after = device.PacketCount();
-    const double seconds = SecondsSince(start);
+    const Rate rate = meter.After(static_cast<double>(device.PacketCount() - before));
     VRAXSetOutputFunction(OUTPUT_OFF);
-    return static_cast<double>(after - before) / seconds;
+    return rate;
 }
 
 double Median(std::vector<double> values)
@@ -141,18 +167,37 @@ double Median(std::vector<double> values)
     return values[values.size() / 2];
 }
 
+// The windows of one kind.
+struct Windows {
+    std::vector<double> perSecond;
+    std::vector<double> cpuUs;
+    void Add(const Rate& rate)
+    {
+        perSecond.push_back(rate.perSecond);
+        cpuUs.push_back(rate.cpuUs);
+    }
+};
+
+void Report(benchmark::State& state, const std::string& name, const Windows& windows)
+{
+    state.counters[name + "_per_second"] = Median(windows.perSecond);
+    state.counters[name + "_best"] =
+        *std::max_element(windows.perSecond.begin(), windows.perSecond.end());
+    state.counters[name + "_cpu_us"] = Median(windows.cpuUs);
+}
+
 // One iteration is a pair of windows.
 void CompareLinks(benchmark::State& state, instrument::SimulatedInstrument* device)
 {
     const CTerminal terminal;
     std::thread answering(AnswerAtOnce, terminal.Device());
-    std::vector<double> streams;
-    std::vector<double> pingPongs;
+    Windows stream;
+    Windows pingPong;
     std::vector<double> ratios;
     for (auto _ : state) {
-        streams.push_back(MeasureStream(*device));
-        pingPongs.push_back(MeasurePingPong(terminal.Host()));
-        ratios.push_back(streams.back() / pingPongs.back());
+        stream.Add(MeasureStream(*device));
+        pingPong.Add(MeasurePingPong(terminal.Host()));
+        ratios.push_back(stream.perSecond.back() / pingPong.perSecond.back());
     }
     const unsigned char last[kRequestBytes] = {};
     WriteWhole(terminal.Host(), last, sizeof last);
@@ -162,11 +207,10 @@ void CompareLinks(benchmark::State& state, instrument::SimulatedInstrument* devi
         state.SkipWithError("the instrument received a faulty stream");
         return;
     }
-    state.counters["stream_per_second"] = Median(streams);
-    state.counters["stream_best"] = *std::max_element(streams.begin(), streams.end());
-    state.counters["ping_pong_per_second"] = Median(pingPongs);
-    state.counters["ping_pong_best"] = *std::max_element(pingPongs.begin(), pingPongs.end());
+    Report(state, "stream", stream);
+    Report(state, "ping_pong", pingPong);
     state.counters["ratio"] = Median(ratios);
+    state.counters["ratio_best"] = *std::max_element(ratios.begin(), ratios.end());
 }
 }  // namespace
 

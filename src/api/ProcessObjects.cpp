@@ -76,6 +76,7 @@ public:
         if (!IsInsideLibrary()) EndRunForUnload();
         StopConnectThread();
         StopPollingThread();
+        DeviceClose();  // a preparation in progress fails at once
         JoinConnectThread();
         if (IsInsideLibrary()) return;
         JoinPollingThread();

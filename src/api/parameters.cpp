@@ -80,10 +80,12 @@ const Number<unsigned> kPacingRate{g_PacingRate, 10, 360, LOG_AS("VRAXSetPacingR
                                        g_pacingSynchronized = false;
                                        _ChangeRequested();
                                    }};
-const Number<unsigned> kOvershootTimeConstant{
-    g_PacingOvershootTC, 0, 100, LOG_AS("VRAXSetOvershootTimeConstant(%.0f);"), _ChangeRequested};
-const Number<double> kOvershootAmplitude{
-    g_POA, 0.0, 5.0, LOG_AS("VRAXSetOvershootAmplitude(%.1f);"), _ChangeRequested};
+const Number<unsigned> kOvershootTimeConstant{g_PacingOvershootTC, 0, 100,
+                                              LOG_AS("VRAXSetOvershootTimeConstant(%.0f);"),
+                                              _ChangeRequested};
+const Number<double> kOvershootAmplitude{g_POA, 0.0, 5.0,
+                                         LOG_AS("VRAXSetOvershootAmplitude(%.1f);"),
+                                         _ChangeRequested};
 const Number<double> kPDuration{g_PDuration, 50.0, 100.0, LOG_AS("VRAXSetPDuration(%.0f);"),
                                 Change};
 const Number<double> kPRInterval{g_PRInterval, 0.0, 200.0, LOG_AS("VRAXSetPRInterval(%.0f);"), [] {
@@ -98,8 +100,9 @@ const Number<double> kQTInterval{g_QTInterval, 100.0, 900.0, LOG_AS("VRAXSetQTIn
                                  Change};
 const Number<double> kPWave{g_CusP, 0.0, 2.0, LOG_AS("VRAXSetPWave(%.1f);"), Change};
 const Number<double> kSTDeviation{g_CusST, -2.0, 2.0, LOG_AS("SetSTDeviation(%.2f);"), Change};
-const Number<double> kCustomizedTDuration{
-    g_TDuration, 100.0, 900.0, LOG_AS("SetCustomizedTDuration(%.0f);"), _ChangeRequested};
+const Number<double> kCustomizedTDuration{g_TDuration, 100.0, 900.0,
+                                          LOG_AS("SetCustomizedTDuration(%.0f);"),
+                                          _ChangeRequested};
 
 #undef LOG_AS
 

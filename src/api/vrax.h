@@ -145,8 +145,9 @@ VRAX_API bool VRAXConnect(int port, unsigned timeoutMs);
  * Ends the connection: output off, threads stopped, port closed and its lock file removed,
  * parameters reset as by VRAXReset().
  *
- * Waits for the stop packet of a running signal and for the connect thread, which takes up to
- * about a second while it searches. Calls that wait for the instrument are released first. Harmless
+ * Waits for the stop packet of a running signal and for the connect thread, which first finishes the
+ * probe of a port, or the preparation of an instrument that it has just found (up to a few seconds
+ * with a PPG module). Calls that wait for the instrument are released first. Harmless
  * without a connection and when called again; a later VRAXInit() or VRAXConnect() starts anew.
  * A connected listener is told false while the call waits.
  *

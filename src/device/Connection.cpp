@@ -84,6 +84,7 @@ bool DoInit(void (*callback)(bool connected))
     CApiLock lock;
     g_hReconnectEvent.ResetEvent();
     g_bStopConnectDeviceThread = 0;
+    StopDeviceSearch(false);
     if (thread.IsRunning()) return true;
     return thread.Start(ConnectDeviceThread, nullptr);
 }
@@ -92,6 +93,7 @@ void StopConnectThread()
 {
     if (!g_hConnectDeviceThread.IsRunning()) return;
     g_bStopConnectDeviceThread = 1;
+    StopDeviceSearch(true);
     ReconnectDevice();
 }
 

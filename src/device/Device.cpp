@@ -31,6 +31,7 @@ CSimpleCriticalSection s_pathSection;
 char g_szDevicePath[512] GUARDED_BY(s_pathSection) = "";
 
 bool (*s_probe)() = nullptr;
+CManualResetEvent s_stopSearch(false);
 
 void SetDevicePath(const char* path)
 {
@@ -108,6 +109,7 @@ int FindDevice(int port)
 {
     if (port != -1) return DoFindDevice(port);
     for (int candidate = 0; candidate < kPortCount; ++candidate) {
+        if (s_stopSearch.WaitTimeout(0) == 0) return 0;
         if (DoFindDevice(candidate) == 1) return 1;
     }
     return 0;
@@ -117,9 +119,18 @@ int DeviceConnect(int port, int attempts)
 {
     for (int attempt = 0; attempt < attempts; ++attempt) {
         if (FindDevice(port) == 1) return 1;
-        SleepMilliseconds(kRetryPauseMs);
+        if (s_stopSearch.WaitTimeout(kRetryPauseMs) == 0) return 0;
     }
     return 0;
+}
+
+void StopDeviceSearch(bool stop)
+{
+    if (stop) {
+        s_stopSearch.SetEvent();
+    } else {
+        s_stopSearch.ResetEvent();
+    }
 }
 
 // Under the access lock, so that no thread reads or writes a descriptor number that meanwhile

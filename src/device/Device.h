@@ -38,6 +38,8 @@ int DoFindDevice(int port);
 int FindDevice(int port);
 // Sleeps 1 s after every failed attempt, the last one included.
 int DeviceConnect(int port, int attempts);
+// While set, a search ends as soon as it can.
+void StopDeviceSearch(bool stop);
 void DeviceClose();
 
 // The open port's node is still among /dev/ttyACM*, and the port has not hung up.

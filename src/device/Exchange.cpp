@@ -8,7 +8,7 @@
 #include "device/Device.h"
 
 namespace {
-constexpr useconds_t kPauseUs = 1000;     // a read of the poll thread in progress ends
+constexpr useconds_t kPauseUs = 1000;  // a read of the poll thread in progress ends
 constexpr unsigned kPassWaitMs = 10;
 constexpr int kPassLooks = 20;
 constexpr unsigned kRecheckMs = 50;       // whether there is still something to wait for

@@ -18,11 +18,14 @@ void SleepFor(timespec duration)
 
 int CreateThread(unsigned long* thread, void* (*start)(void*), void* argument)
 {
-    // The application's signals are handled on its own threads.
-    sigset_t all;
+    // The application's signals are handled on its own threads; a fault is reported where it happens.
+    sigset_t blocked;
     sigset_t previous;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &previous);
+    sigfillset(&blocked);
+    for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT}) {
+        sigdelset(&blocked, fault);
+    }
+    pthread_sigmask(SIG_SETMASK, &blocked, &previous);
     const int error = pthread_create(thread, nullptr, start, argument);
     pthread_sigmask(SIG_SETMASK, &previous, nullptr);
     return error == 0 ? 1 : 0;

@@ -55,9 +55,10 @@ bool VRAXConfigureTransmissionRate(int mode)
     const int index = std::clamp(mode, 0, kModes - 1);
     s_transmissionMode = index;
     const FACTORY_SETTING_MCU setting = g_FactorySettingMCU.Load();
-    return UpdateMCUTransmissionRate(
-        setting.words[kLowTable + index], setting.words[kHighTable + index],
-        setting.words[kLowTable2 + index], setting.words[kHighTable2 + index]);
+    return UpdateMCUTransmissionRate(setting.words[kLowTable + index],
+                                     setting.words[kHighTable + index],
+                                     setting.words[kLowTable2 + index],
+                                     setting.words[kHighTable2 + index]);
 }
 
 bool VRAXGetTransmissionRate(int channel, unsigned* a, unsigned* b)

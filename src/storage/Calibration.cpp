@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 #include "device/Exchange.h"
 #include "device/Identification.h"
@@ -34,15 +35,9 @@ char s_calibrationPath[512] GUARDED_BY(s_calibrationSection) = "";
 // The file as last read by GetCalibrationCache, or null.
 std::uint16_t* g_CalibrationCache GUARDED_BY(s_calibrationSection) = nullptr;
 
-struct FilePath {
-    char text[sizeof s_calibrationPath + 32];
-};
-
-FilePath CalibrationFilePath(const char* directory)
+std::string CalibrationFilePath(const char* directory)
 {
-    FilePath path;
-    std::snprintf(path.text, sizeof path.text, "%s%s", directory, CALIBRATION_FILE_NAME);
-    return path;
+    return std::string(directory) + CALIBRATION_FILE_NAME;
 }
 
 struct Prefix {
@@ -102,9 +97,9 @@ void StoreIdentity(Shared<std::uint16_t>* words, std::size_t count)
 
 void LoadPPGDCTableRow(int row)
 {
-    std::uint16_t words[kPPGDCTableWords] = {};
-    ReadPPGDCTable(row, words, kPPGDCTableWords);
     Shared<std::uint16_t>* target = g_PPGDCTable[row];
+    std::uint16_t words[kPPGDCTableWords];
+    if (!ReadPPGDCTable(row, words, kPPGDCTableWords)) return;
     for (std::size_t i = 0; i < kPPGDCTableWords; ++i) target[i] = words[i];
     if (words[kPPGDCTableWords - 1] == kErasedWord) StoreIdentity(target, kPPGDCTableWords);
 }
@@ -202,7 +197,7 @@ void SetCalibrationDataPath(const char* path)
 int SaveCalibrationData(const char* dir)
 {
     if (dir == nullptr) return kFailed;
-    File file(OpenFileUtf8(CalibrationFilePath(dir).text, "wb+"));
+    File file(OpenFileUtf8(CalibrationFilePath(dir).c_str(), "wb+"));
     if (!file) return kFailed;
     CalibrationTable table;
     CopyTable(table);
@@ -237,7 +232,7 @@ unsigned short* GetCalibrationCache(int* count)
     FreeCache();
     *count = 0;
     CalibrationTable table;
-    if (!ReadTableFile(CalibrationFilePath(prefix.text).text, table)) return nullptr;
+    if (!ReadTableFile(CalibrationFilePath(prefix.text).c_str(), table)) return nullptr;
     g_CalibrationCache = static_cast<std::uint16_t*>(std::malloc(sizeof table));
     if (g_CalibrationCache == nullptr) return nullptr;
     std::memcpy(g_CalibrationCache, table, sizeof table);
@@ -250,7 +245,7 @@ int GetCalibrationCacheEx(void* buffer, unsigned size)
     const Prefix prefix = CurrentPrefix();
     if (buffer == nullptr || size < kDCCalibrationWords || prefix.text[0] == '\0') return 0;
     CalibrationTable table;
-    if (!ReadTableFile(CalibrationFilePath(prefix.text).text, table)) return 0;
+    if (!ReadTableFile(CalibrationFilePath(prefix.text).c_str(), table)) return 0;
     std::memcpy(buffer, table, sizeof table);
     return static_cast<int>(kDCCalibrationWords);
 }
@@ -260,7 +255,7 @@ int ClearCalibrationCache(void)
     const Prefix prefix = CurrentPrefix();
     CAutoCriticalSection lock(s_calibrationSection);
     FreeCache();
-    return std::remove(CalibrationFilePath(prefix.text).text) == 0 ? 0 : kFailed;
+    return std::remove(CalibrationFilePath(prefix.text).c_str()) == 0 ? 0 : kFailed;
 }
 
 bool ValidateDCCalibrationData(void)

@@ -26,12 +26,13 @@ Pace s_pace GUARDED_BY(g_InterruptCriticalSection) = Pace::kNone;
 
 bool IsStopRequested() { return g_hStopPlayEvent.WaitTimeout(0) == 0; }
 
-// A port that the application handed over has no poll thread: its replies are dropped here.
-bool WritePacket(unsigned char* buffer)
+// Without the instrument's replies nothing goes out, but to a port that the application handed over:
+// it has no poll thread, and its replies are dropped here.
+bool WritePacket(unsigned char* buffer) REQUIRES(g_InterruptCriticalSection)
 {
     CAutoCriticalSection lock(g_AccessCriticalSection);
-    if (g_bConnected == 0) {
-        if (!g_bPortAdopted) return false;
+    if (s_pace != Pace::kDevice) {
+        if (!g_bPortAdopted || g_bConnected != 0) return false;
         DeviceDiscardInput();
     }
     s_bReplyPending = true;

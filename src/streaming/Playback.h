@@ -2,7 +2,7 @@
 // simulation timer in its place while no instrument is connected.
 #pragma once
 
-#include "platform/Platform.h"
+#include "device/Exchange.h"
 
 // Asks the play thread to end the run.
 extern CManualResetEvent g_hStopPlayEvent;
@@ -36,7 +36,7 @@ void RestartClock();
 void HoldRun();
 void ResumeRun();
 
-bool _SendNextPacket(bool first);
+bool _SendNextPacket(bool first) REQUIRES(g_InterruptCriticalSection);
 void _SendStopPacket();
 
 // At unload: the run's threads end, and are waited for.

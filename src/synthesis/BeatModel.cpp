@@ -35,12 +35,12 @@ constexpr double kQrsReturn = 0.0625;
 double FrequencyCeiling(int function)
 {
     switch (function) {
-    case OUTPUT_ECG:
-    case OUTPUT_CUSTOM_ECG: return kHighestBeatFrequency;
-    case OUTPUT_RECT_PULSE:
-    case OUTPUT_TRIANGLE_PULSE:
-    case OUTPUT_EXP_DECAY: return kHighestPulseFrequency;
-    default: return kHighestFrequency;
+        case OUTPUT_ECG:
+        case OUTPUT_CUSTOM_ECG: return kHighestBeatFrequency;
+        case OUTPUT_RECT_PULSE:
+        case OUTPUT_TRIANGLE_PULSE:
+        case OUTPUT_EXP_DECAY: return kHighestPulseFrequency;
+        default: return kHighestFrequency;
     }
 }
 
@@ -52,13 +52,13 @@ bool IsParametricBeat(int function)
 double PeriodOf(int function, double frequency)
 {
     switch (function) {
-    case OUTPUT_YY1079_DYNAMIC_RANGE: return YY1079DynamicRangePeriod();
-    case OUTPUT_IEC227: return GetIEC227Period(SpecialWaveFormNo);
-    case OUTPUT_IEC251:
-    case OUTPUT_ANE20000: return 1.0;
-    case OUTPUT_ECG_FILE: return GetRawArrayPeriod();
-    case OUTPUT_IEC247: return GetIEC247Period(SpecialWaveFormNo);
-    default: return 1.0 / frequency;
+        case OUTPUT_YY1079_DYNAMIC_RANGE: return YY1079DynamicRangePeriod();
+        case OUTPUT_IEC227: return GetIEC227Period(SpecialWaveFormNo);
+        case OUTPUT_IEC251:
+        case OUTPUT_ANE20000: return 1.0;
+        case OUTPUT_ECG_FILE: return GetRawArrayPeriod();
+        case OUTPUT_IEC247: return GetIEC247Period(SpecialWaveFormNo);
+        default: return 1.0 / frequency;
     }
 }
 

@@ -163,40 +163,40 @@ double MainFunctionVoltage(int function, CycleQuantities& c, const SamplePositio
                            double t)
 {
     switch (function) {
-    case OUTPUT_SINE: return c.s_A * std::sin(kTwoPi * c.frequency * t);
-    case OUTPUT_TRIANGLE: return DynamicRange(Triangle(c, t), position, kTriangleClampMv);
-    case OUTPUT_SQUARE:
-        return DynamicRange(t < c.s_tp / 2.0 ? c.s_A : -c.s_A, position, kSquareClampMv);
-    case OUTPUT_RECT_PULSE: return RectangularPulse(c, t);
-    case OUTPUT_TRIANGLE_PULSE: return TriangularPulse(c, t);
-    case OUTPUT_EXP_DECAY: return 2.0 * c.s_A * std::exp(-t / kDecaySeconds);
-    case OUTPUT_ECG:
-    case OUTPUT_CUSTOM_ECG: return Beat(function, c, position, t);
-    case OUTPUT_IEC227:
-        CheckLoop(s_loopPlay, c, position);
-        return IEC227Voltage(SpecialWaveFormNo, t);
-    case OUTPUT_IEC251:
-        CheckLoop(s_loopPlay, c, position);
-        return IEC251Voltage(SpecialWaveFormNo, t);
-    case OUTPUT_JJG1041: return Jjg1041Voltage(c.jjg, true, t);
-    case OUTPUT_JJG1041_SINGLE_R: return Jjg1041Voltage(c.jjg, false, t);
-    case OUTPUT_BASELINE_PULSE:
-        return t < 0.5 ? c.s_A * std::exp(-t / kDecaySeconds)
-                       : -c.s_A * std::exp(-(t - 0.5) / kDecaySeconds);
-    case OUTPUT_ECG_FILE: return RawSample(c, position, t);
-    case OUTPUT_INPUT_DYNAMIC_RANGE:
-        return AdvanceInputDynamicRange(c, position.s_t, RateAt(position));
-    case OUTPUT_IEC247:
-        CheckLoop(s_loopPlay, c, position);
-        return IEC247Voltage(SpecialWaveFormNo, t);
-    case OUTPUT_ANE20000:
-        CheckLoop(s_loopPlay, c, position);
-        return ANE20000Voltage(ANE20000ChannelNo, t) + VoltageNoiseAt(position.s_t);
-    case OUTPUT_YY1079_DYNAMIC_RANGE: {
-        const double v = getYY1079DynamicRangeVoltage(t);
-        return v - Truncate(v);  // the whole millivolts go to the DC path
-    }
-    default: return 0.0;
+        case OUTPUT_SINE: return c.s_A * std::sin(kTwoPi * c.frequency * t);
+        case OUTPUT_TRIANGLE: return DynamicRange(Triangle(c, t), position, kTriangleClampMv);
+        case OUTPUT_SQUARE:
+            return DynamicRange(t < c.s_tp / 2.0 ? c.s_A : -c.s_A, position, kSquareClampMv);
+        case OUTPUT_RECT_PULSE: return RectangularPulse(c, t);
+        case OUTPUT_TRIANGLE_PULSE: return TriangularPulse(c, t);
+        case OUTPUT_EXP_DECAY: return 2.0 * c.s_A * std::exp(-t / kDecaySeconds);
+        case OUTPUT_ECG:
+        case OUTPUT_CUSTOM_ECG: return Beat(function, c, position, t);
+        case OUTPUT_IEC227:
+            CheckLoop(s_loopPlay, c, position);
+            return IEC227Voltage(SpecialWaveFormNo, t);
+        case OUTPUT_IEC251:
+            CheckLoop(s_loopPlay, c, position);
+            return IEC251Voltage(SpecialWaveFormNo, t);
+        case OUTPUT_JJG1041: return Jjg1041Voltage(c.jjg, true, t);
+        case OUTPUT_JJG1041_SINGLE_R: return Jjg1041Voltage(c.jjg, false, t);
+        case OUTPUT_BASELINE_PULSE:
+            return t < 0.5 ? c.s_A * std::exp(-t / kDecaySeconds)
+                           : -c.s_A * std::exp(-(t - 0.5) / kDecaySeconds);
+        case OUTPUT_ECG_FILE: return RawSample(c, position, t);
+        case OUTPUT_INPUT_DYNAMIC_RANGE:
+            return AdvanceInputDynamicRange(c, position.s_t, RateAt(position));
+        case OUTPUT_IEC247:
+            CheckLoop(s_loopPlay, c, position);
+            return IEC247Voltage(SpecialWaveFormNo, t);
+        case OUTPUT_ANE20000:
+            CheckLoop(s_loopPlay, c, position);
+            return ANE20000Voltage(ANE20000ChannelNo, t) + VoltageNoiseAt(position.s_t);
+        case OUTPUT_YY1079_DYNAMIC_RANGE: {
+            const double v = getYY1079DynamicRangeVoltage(t);
+            return v - Truncate(v);  // the whole millivolts go to the DC path
+        }
+        default: return 0.0;
     }
 }
 

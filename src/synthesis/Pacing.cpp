@@ -85,11 +85,11 @@ double _GetPacingV5(CycleQuantities& c, double&, double tc)
     if (c.s_PulsesRequired != 0) return 0.0;
     if (g_BaseLineOverload != 0) return 0.0;
     switch (g_MainOutput) {
-    case OUTPUT_INPUT_DYNAMIC_RANGE: return c.s_InputDynamicRangeDC;
-    case OUTPUT_YY1079_DYNAMIC_RANGE:
-        g_DCSetting = SaturateTo<int>(getYY1079DynamicRangeVoltage(tc));
-        return g_DCSetting;
-    default: return g_DCSetting;
+        case OUTPUT_INPUT_DYNAMIC_RANGE: return c.s_InputDynamicRangeDC;
+        case OUTPUT_YY1079_DYNAMIC_RANGE:
+            g_DCSetting = SaturateTo<int>(getYY1079DynamicRangeVoltage(tc));
+            return g_DCSetting;
+        default: return g_DCSetting;
     }
 }
 

@@ -220,6 +220,5 @@ TEST_P(HotPlugInCommand, FailsTheCommandAndConnectsAgain)
     EXPECT_TRUE(IsSound());
 }
 
-INSTANTIATE_TEST_SUITE_P(Moments, HotPlugInCommand,
-                         testing::ValuesIn(kHangUps),
+INSTANTIATE_TEST_SUITE_P(Moments, HotPlugInCommand, testing::ValuesIn(kHangUps),
                          [](const auto& parameter) { return Name(parameter.param); });

@@ -94,12 +94,12 @@ TEST(CalibrationFile, FolderMayHaveAnyLength)
 TEST(CalibrationFile, ItsPrefixIsCutTo511Characters)
 {
     const TempDir base;
-    const std::string folder = base.Path() + "/" + std::string(250, 'a') + "/";
+    const std::string folder =
+        base.Path() + "/" + std::string(200, 'a') + "/" + std::string(130, 'b') + "/";
     ASSERT_TRUE(std::filesystem::create_directories(folder));
-    const std::string longPrefix = folder + std::string(600, 'b');
+    const std::string longPrefix = folder + std::string(600, 'c');
     const std::string cut = longPrefix.substr(0, 511);
-    // The last component must still be a file name.
-    if (cut.size() - folder.size() + 15 > 255) GTEST_SKIP() << "the temporary folder is too short";
+    ASSERT_LE(cut.size() - folder.size() + 15, 255u);  // still a file name
     SetCalibrationDataPath(longPrefix.c_str());
     UseTable(RisingTable(3));
     ASSERT_EQ(SaveCalibrationData(cut.c_str()), 0);

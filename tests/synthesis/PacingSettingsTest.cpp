@@ -7,6 +7,7 @@
 #include "instrument/DcTable.h"
 #include "instrument/SimulatedInstrument.h"
 #include "support/FittedModule.h"
+#include "support/OpenInstrument.h"
 #include "synthesis/Pacing.h"
 #include "synthesis/Parameters.h"
 #include "synthesis/Respiration.h"
@@ -69,7 +70,8 @@ TEST_F(PacingSettings, LeaveTheOtherBytesOfTheBlockAlone)
     for (std::size_t index = 28; index < 38; ++index) instrument_.SetControlByte(index, 0x77);
     EXPECT_EQ(SetPacing(), 1);
     const auto block = instrument_.ControlBlock();
-    for (const std::size_t index : {8u, 12u, 23u, 38u, 63u}) EXPECT_EQ(block[index], 0x5A) << index;
+    for (const std::size_t index : {8u, 23u, 38u, 63u}) EXPECT_EQ(block[index], 0x5A) << index;
+    EXPECT_EQ(block[12], 1);
     for (std::size_t index = 28; index < 38; ++index) EXPECT_EQ(block[index], 0) << index;
 }
 
@@ -146,23 +148,23 @@ TEST_F(PacingSettings, DeriveTheDriftFromTheBeatRateOrTheirOwn)
 
 TEST_F(PacingSettings, FailWithoutAcknowledgement)
 {
-    instrument_.Inject({FaultKind::WrongAcknowledge, Request::ControlWrite});
+    instrument_.Inject(FaultOn(Request::ControlWrite, FaultKind::WrongAcknowledge));
     EXPECT_EQ(SetPacing(), 0);
     EXPECT_EQ(SetPacing(), 1);
 }
 
 TEST_F(PacingSettings, FailWhenAReplyIsShort)
 {
-    instrument::Fault shortRead{FaultKind::ShortReply, Request::ControlRead};
+    instrument::Fault shortRead = FaultOn(Request::ControlRead, FaultKind::ShortReply);
     shortRead.bytes = 63;
     instrument_.Inject(shortRead);
     EXPECT_EQ(SetPacing(), 0);
     EXPECT_TRUE(instrument_.Exchanges(Request::ControlWrite).empty());
-    instrument::Fault shortWrite{FaultKind::ShortReply, Request::ControlWrite};
+    instrument::Fault shortWrite = FaultOn(Request::ControlWrite, FaultKind::ShortReply);
     shortWrite.bytes = 63;
     instrument_.Inject(shortWrite);
     EXPECT_EQ(SetPacing(), 0);
-    instrument_.Inject({FaultKind::Silence, Request::ControlWrite});
+    instrument_.Inject(FaultOn(Request::ControlWrite, FaultKind::Silence));
     EXPECT_EQ(SetPacing(), 0);
 }
 

@@ -2,27 +2,19 @@
 
 #include <gtest/gtest.h>
 
-#include "instrument/SimulatedInstrument.h"
 #include "ppg/Channels.h"
 #include "support/FittedModule.h"
 #include "support/OfflineRun.h"
+#include "support/OpenInstrument.h"
 #include "synthesis/Respiration.h"
-#include "vrax.h"
 
 namespace {
 using instrument::Bytes;
 using instrument::Request;
 
+// A port is open; what goes over it is what the test sets off.
 class RelayCommand : public testing::Test {
 protected:
-    RelayCommand()
-    {
-        connected_ = VRAXConnect(0, 20000);
-        EXPECT_TRUE(connected_);
-        instrument_.ClearExchanges();
-    }
-    ~RelayCommand() override { VRAXFree(); }
-
     std::size_t Sent() const { return instrument_.Exchanges(Request::Relays).size(); }
     Bytes Command()
     {
@@ -31,18 +23,42 @@ protected:
         return sent.empty() ? Bytes() : sent.back().request;
     }
 
-    instrument::SimulatedInstrument instrument_{0};
-    bool connected_ = false;
+    COpenInstrument open_;
+    instrument::SimulatedInstrument& instrument_ = open_.device;
 };
 
-TEST_F(RelayCommand, IsSentWhenThePortHasBeenOpened)
+TEST(RelayCommandOfAConnection, IsSentWhenThePortHasBeenOpenedAndSaysThatNothingPlays)
 {
-    instrument_.Unplug();
-    instrument_.ClearExchanges();
-    instrument_.Plug();
-    ASSERT_TRUE(instrument_.WaitForExchange(Request::Relays));
-    const Bytes first = instrument_.Exchanges(Request::Relays).front().request;
-    EXPECT_EQ(first[2], 8);
+    instrument::SimulatedInstrument instrument(0);
+    ASSERT_TRUE(VRAXConnect(0, 20000));
+    const auto sent = instrument.Exchanges(Request::Relays);
+    ASSERT_FALSE(sent.empty());
+    // Mode, rate, and lead 0 alone.
+    EXPECT_EQ(sent.front().request,
+              (Bytes{0x00, 0xFF, 0x08, 0x4E, 0x20, 0x01, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+    VRAXFree();
+}
+
+TEST(RelayCommandOfARun, IsSentTwiceByForceBeforeTheFirstPacket)
+{
+    instrument::Options options;
+    options.keepStreamExchanges = true;
+    instrument::SimulatedInstrument instrument(options);
+    ASSERT_TRUE(VRAXConnect(0, 20000));
+    instrument.ClearExchanges();
+    ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_ECG), 0);
+    ASSERT_TRUE(instrument.WaitForPackets(1));
+    std::size_t relays = 0;
+    for (const instrument::Exchange& exchange : instrument.Exchanges()) {
+        if (exchange.kind == Request::Stream) break;
+        if (exchange.kind != Request::Relays) continue;
+        ++relays;
+        EXPECT_EQ(exchange.request[2], 3);
+    }
+    EXPECT_EQ(relays, 2u);
+    VRAXSetOutputFunction(OUTPUT_OFF);
+    EXPECT_EQ(instrument.Relays().operateMode, 8);
+    VRAXFree();
 }
 
 TEST_F(RelayCommand, CarriesModeRateAndWord)
@@ -50,7 +66,7 @@ TEST_F(RelayCommand, CarriesModeRateAndWord)
     g_OutputLead = 0x1FFu;
     g_DCSetting = 5;
     g_DCCommon = true;
-    VRAXSetSampleRate(0x1234);
+    ASSERT_EQ(VRAXSetSampleRate(0x1234), 0);
     // Leads 0 to 6; the offset, leads 7 and 8; calibrated path and common mode.
     EXPECT_EQ(Command(),
               (Bytes{0x00, 0xFF, 0x08, 0x12, 0x34, 0x7F, 0x13, 0x05, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
@@ -136,12 +152,12 @@ TEST_F(RelayCommand, IsRememberedWhateverTheReplySays)
 {
     SetRelays(false);
     const std::size_t before = Sent();
-    instrument_.Inject({instrument::FaultKind::WrongBytes, Request::Relays});
+    instrument_.Inject(FaultOn(Request::Relays, instrument::FaultKind::WrongBytes));
     g_DCCommon = true;
     SetRelays(false);
     SetRelays(false);
     EXPECT_EQ(Sent(), before + 1);
-    instrument_.Inject({instrument::FaultKind::Silence, Request::Relays});
+    instrument_.Inject(FaultOn(Request::Relays, instrument::FaultKind::Silence));
     g_DCCommon = false;
     SetRelays(false);
     SetRelays(false);
