@@ -30,6 +30,7 @@ CAutoResetEvent& g_hSigUsr2Event = s_sigUsr2.Get();
 CSimpleCriticalSection g_AccessCriticalSection;
 CSimpleCriticalSection g_InterruptCriticalSection;
 CSimpleCriticalSection g_APICriticalSection;
+CSimpleCriticalSection g_PacketCriticalSection;
 CManualResetEvent g_hPollingEvent(false);
 CManualResetEvent g_hProcessRequestEvent(false);
 CManualResetEvent g_hStopPlayEvent(false);
@@ -72,6 +73,7 @@ public:
     ~CLibrary()
     {
         g_ConnectedCallback = nullptr;
+        AbortDeviceWaits();
         const CReleaseWaitingCommands release;
         if (!IsInsideLibrary()) EndRunForUnload();
         StopConnectThread();

@@ -54,12 +54,6 @@ void ConnectedPostProcessing()
     }
 }
 
-void Lost()
-{
-    HoldRun();
-    ForgetDevice();
-}
-
 void StopSampling() { _StopPPGAD(); }
 void ClearPPGFactorySettings() { g_PPGFactorySettings.Clear(); }
 void SwitchDynamicLightOff() { SetDynamicLight(0); }
@@ -70,7 +64,7 @@ void WireRooms()
     SetDeviceProbe(IsTargetDevice);
     SetProbeCommands({StopSampling, ClearPPGFactorySettings, SwitchDynamicLightOff,
                       ReadMainModelRecord, ReadModuleModelRecord});
-    SetConnectionSteps({Opened, ConnectedPostProcessing, ResumeRun, Lost});
+    SetConnectionSteps({Opened, ConnectedPostProcessing, ResumeRun, HoldRun, ForgetDevice});
     SetChangeHandler(ApplyPendingChange);
     SetRunSteps({_UpdateFreqScanIfRequired, PlayPostProcessing});
     SetWaveformEndHandler(EndWaveform);
@@ -99,8 +93,8 @@ void VRAXFree(void)
         const CReleaseWaitingCommands release;
         CApiLock lock;
         StopConnectThread();
+        StopPollingThread();
     }
-    StopPollingThread();
     JoinConnectThread();
     if (!IsInsideLibrary()) JoinPollingThread();
     VRAXReset();

@@ -121,10 +121,16 @@ int VRAXSetOutputFunction(int function)
     {
         CApiLock lock;
         release.reset();
-        if (!CanSetParameters()) return kNoDevice;
+        const bool stops = function == OUTPUT_OFF && IsRunGoing();
+        if (!CanSetParameters() && !stops) return kNoDevice;
         SetOutputFunction(function);
     }
-    if (g_MainOutput == OUTPUT_OFF) WaitForEndingRun();
+    WaitForEndingRun();
+    if (g_MainOutput != OUTPUT_OFF && !IsRunGoing()) {
+        // The run before was ending by itself and refused the new one.
+        CApiLock lock;
+        Change();
+    }
     return kOk;
 }
 int VRAXGetOutputFunction(void) { return ReadLocked(g_MainOutput); }
@@ -195,7 +201,7 @@ bool VRAXGetFrequencyScanECG(void) { return ReadLocked(g_FreqScan3); }
 int VRAXApplyPacing(void)
 {
     CApiLock lock;
-    if (g_bConnected != 0 && IsLineBusy()) {
+    if (g_bConnected != 0 && s_ECGGoing) {
         g_PacingApplyRequested = true;
         return 1;
     }

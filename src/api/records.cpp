@@ -79,7 +79,10 @@ int GetRawDataArrayEx(unsigned function, double* out, int count, int rate)
     CApiLock lock;
     if (IsLineBusy() || IsRunGoing() || out == nullptr) return 0;
     if (IsOutside(rate, kLowestRate, kHighestRate)) return 0;
-    Render(static_cast<int>(function), out, count, rate);
+    {
+        CAutoCriticalSection recordStays(g_PacketCriticalSection);
+        Render(static_cast<int>(function), out, count, rate);
+    }
     g_MainOutput = OUTPUT_OFF;
     s_t = 0.0;
     return RenderedCount(count, rate);

@@ -39,6 +39,13 @@ void MarkConnected()
     s_steps.resume();
 }
 
+void MarkLost()
+{
+    CInterruptLock lock;
+    g_bConnected = 0;
+    s_steps.lost();
+}
+
 void TearDown()
 {
     CReleaseWaitingCommands release;
@@ -46,7 +53,8 @@ void TearDown()
     DeviceClose();
     JoinPollingThread();  // its last read must not meet the next port
     s_bReplyPending = false;
-    s_steps.lost();
+    MarkLost();
+    s_steps.forget();
     g_AutoMonitor.PauseMonitor();
     NotifyListener(false);
 }

@@ -21,8 +21,10 @@ struct ConnectionSteps {
     // Connected, polling, the listener not told yet: a run that exists goes on. Under the interrupt
     // lock.
     void (*resume)();
-    // The port is closed: forget what was known of the instrument.
+    // The port is closed: a run that exists stands still. Under the interrupt lock.
     void (*lost)();
+    // Forget what was known of the instrument.
+    void (*forget)();
 };
 void SetConnectionSteps(const ConnectionSteps& steps);
 

@@ -22,6 +22,7 @@ constexpr useconds_t kBackOffUs = 10000;  // a full or empty driver buffer
 constexpr useconds_t kEmptyReadPauseUs = 1000;
 constexpr std::int64_t kNsPerUs = 1000;
 constexpr std::int64_t kNsPerSecond = 1000000000;
+constexpr std::int64_t kAbortCheckNs = 50000000;
 constexpr char kDeviceDirectory[] = "/dev";
 constexpr char kNodePrefix[] = "ttyACM";
 constexpr unsigned char kEndOfFileCharacter = 4;
@@ -32,6 +33,7 @@ char g_szDevicePath[512] GUARDED_BY(s_pathSection) = "";
 
 bool (*s_probe)() = nullptr;
 CManualResetEvent s_stopSearch(false);
+Shared<bool> s_abortWaits = false;
 
 void SetDevicePath(const char* path)
 {
@@ -71,13 +73,21 @@ bool HasHungUp()
 }
 
 // > 0 ready, 0 time-out, < 0 error.
-int WaitReady(int port, short events, std::int64_t deadlineNs)
+int WaitReadyOnce(int port, short events, std::int64_t leftNs)
 {
-    const std::int64_t leftNs = std::max<std::int64_t>(0, deadlineNs - MonotonicNs());
     const timespec left = {static_cast<time_t>(leftNs / kNsPerSecond),
                            static_cast<long>(leftNs % kNsPerSecond)};
     pollfd wait = {port, events, 0};
     return ppoll(&wait, 1, &left, nullptr);
+}
+
+int WaitReady(int port, short events, std::int64_t deadlineNs)
+{
+    for (;;) {
+        const std::int64_t leftNs = std::max<std::int64_t>(0, deadlineNs - MonotonicNs());
+        const int ready = WaitReadyOnce(port, events, std::min(leftNs, kAbortCheckNs));
+        if (ready != 0 || leftNs <= kAbortCheckNs || s_abortWaits) return ready;
+    }
 }
 }  // namespace
 
@@ -94,6 +104,7 @@ int DoFindDevice(int port)
         CloseHandle(file);
         return 0;
     }
+    g_bPortAdopted = false;
     g_hDevice = file;
     DeviceCancelIO();
     ConfigurePort(file);
@@ -248,6 +259,8 @@ unsigned DeviceReadAvailable(unsigned char* buffer, unsigned length)
     const ssize_t count = read(port, buffer, length);
     return count > 0 ? static_cast<unsigned>(count) : 0;
 }
+
+void AbortDeviceWaits() { s_abortWaits = true; }
 
 void DeviceDiscardInput()
 {

@@ -59,5 +59,7 @@ unsigned DeviceWriteData(const unsigned char* buffer, unsigned length, unsigned 
 bool DeviceWaitReadable(unsigned milliseconds);
 // What is there now, at most `length` bytes; never waits.
 unsigned DeviceReadAvailable(unsigned char* buffer, unsigned length);
+// Every wait for the port ends at once from now on; at unload.
+void AbortDeviceWaits();
 // Drops what is there now.
 void DeviceDiscardInput();

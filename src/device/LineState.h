@@ -17,6 +17,10 @@ extern Shared<bool> g_PPG_PDSamplingRunning;
 // by whoever reads the reply.
 extern Shared<bool> s_bReplyPending;
 
+// Held while a packet is built: whoever takes it replaces what the samples are computed from, or
+// written to. Nothing else is waited for under it.
+extern CSimpleCriticalSection g_PacketCriticalSection;
+
 // Play thread -> poll thread: a packet has been sent, read the reply.
 extern CAutoResetEvent& g_hReadEvent;
 // Poll thread -> play thread: the instrument has answered, send the next packet.

@@ -9,7 +9,7 @@ namespace {
 constexpr useconds_t kPausedSleepUs = 10000;
 constexpr useconds_t kRetrySleepUs = 10000;
 constexpr unsigned kIdleWaitMs = 100;
-constexpr unsigned kJoinLimitMs = 5000;
+constexpr unsigned kJoinLimitMs = 10000;
 constexpr unsigned kSamplingHeadBytes = 8;
 constexpr std::uint8_t kSamplingGroup = 0xAD;
 constexpr std::uint8_t kSamplingDirection = 0xFF;
@@ -84,6 +84,7 @@ void PollIdle(IncomingBlock& incoming)
         incoming.length = 0;
         return;
     }
+    bool hungUp = false;
     {
         CAutoCriticalSection lock(g_AccessCriticalSection);
         if (!MayReadIdle()) {
@@ -96,11 +97,9 @@ void PollIdle(IncomingBlock& incoming)
         const unsigned count =
             DeviceReadAvailable(incoming.bytes + incoming.length, kReplyBytes - incoming.length);
         incoming.length += count;
-        if (count == 0) {  // hung up: readable and empty
-            usleep(kPausedSleepUs);
-            return;
-        }
+        hungUp = count == 0;  // readable and empty
     }
+    if (hungUp) usleep(kPausedSleepUs);
     if (incoming.length < kReplyBytes) return;
     DispatchBlock(incoming.bytes, incoming.length);
     incoming.length = 0;
@@ -149,7 +148,10 @@ void StopPollingThread()
     s_hStopPoll.SetEvent();
 }
 
-void JoinPollingThread() { s_pPollingThread.Join(kJoinLimitMs); }
+void JoinPollingThread()
+{
+    if (s_bStopPool) s_pPollingThread.Join(kJoinLimitMs);
+}
 
 void SetSamplingHandler(void (*handler)(const std::uint8_t* block, unsigned length))
 {

@@ -3,7 +3,7 @@
 #include <atomic>
 #include <cstdio>
 
-#include "device/Exchange.h"
+#include "device/LineState.h"
 #include "platform/CLocale.h"
 #include "platform/File.h"
 #include "vrax.h"
@@ -44,12 +44,11 @@ bool EnableRecordRaw(double* ac, double* dc, int length)
     return true;
 }
 
-// The interrupt lock is held while a packet is built: once it was free, nobody writes to the
-// buffers any more.
+// Once no packet is being built, nobody writes to the buffers any more.
 void DisableRecordRaw(void)
 {
     s_EnableRecord.store(false, std::memory_order_release);
-    CInterruptLock packetIsBuilt;
+    CAutoCriticalSection packetIsBuilt(g_PacketCriticalSection);
     s_AcBuffer = nullptr;
     s_DcBuffer = nullptr;
     s_RecordLength = 0;

@@ -8,6 +8,7 @@
 #include <signal.h>
 
 #include <cstdint>
+#include <new>
 
 #include "platform/Shared.h"
 #include "platform/ThreadSafety.h"
@@ -129,7 +130,7 @@ void SleepMilliseconds(unsigned milliseconds);
 std::int64_t MonotonicNs();
 
 // A periodic signal timer on the real-time clock. For SIGUSR1 and SIGUSR2 it installs the handler
-// that sets the event below. Null when it cannot be made.
+// that sets the event below. Null when it cannot be made; the first timer of a process may be null too.
 void* CreateNewTimer(unsigned periodMs, unsigned& signalNumber);
 // The result of the delete; clears the handle.
 int DeleteTimer(unsigned ignored, void*& timer);

@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "device/Exchange.h"
+#include "device/LineState.h"
 
 namespace {
 constexpr double kMicrovoltsPerMv = 1000.0;
@@ -36,7 +36,7 @@ void ReplaceRawArray(double* samples, int count, double rate)
 {
     double* old;
     {
-        CInterruptLock packetIsBuilt;
+        CAutoCriticalSection packetIsBuilt(g_PacketCriticalSection);
         old = g_pECGRawData;
         g_pECGRawData = samples;
         g_nECGRawSize = count;
@@ -50,7 +50,7 @@ void FreeRawArrays()
     ReplaceRawArray(nullptr, 0, kDefaultRate);
     double* old;
     {
-        CInterruptLock packetIsBuilt;
+        CAutoCriticalSection packetIsBuilt(g_PacketCriticalSection);
         old = g_pRespRawData;
         g_pRespRawData = nullptr;
         g_nRespRawSize = 0;

@@ -3,7 +3,7 @@
 
 #include "platform/Shared.h"
 
-// Null when empty. Replaced under the interrupt lock, so never while a packet is built.
+// Null when empty. Replaced under g_PacketCriticalSection, so never while a packet is built.
 extern Shared<double*> g_pECGRawData;
 extern Shared<int> g_nECGRawSize;           // samples
 extern Shared<double> g_nECGRawSampleRate;  // Hz

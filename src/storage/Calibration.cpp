@@ -15,7 +15,6 @@ Shared<std::uint16_t> g_pPPGPDSamplingCalibrationData[2 * kPDSamplingWords];
 const char* const CALIBRATION_FILE_NAME = "calibration.dat";
 
 namespace {
-constexpr std::uint16_t kErasedWord = 0xFFFF;
 constexpr std::uint16_t kFullScale = 65535;
 constexpr std::size_t kDefaultRampStart = 1000;  // -1000 mV
 constexpr std::size_t kDefaultRampEnd = 3000;    // +1000 mV
@@ -149,7 +148,6 @@ void LoadPPGDCTable()
 
 void LoadPPGPDSamplingCalibrationData()
 {
-    constexpr LEDType kLed1 = 1;
     constexpr LEDType kOtherLed = 2;
     if (!_IsPPGConnected()) return;
     LoadPDSamplingTable(kLed1, 0, 0);
@@ -189,6 +187,7 @@ void _outputECGDCVariableCalibrationData(const char* path)
 
 void SetCalibrationDataPath(const char* path)
 {
+    CApiLock api;
     CAutoCriticalSection lock(s_calibrationSection);
     std::memset(s_calibrationPath, 0, sizeof s_calibrationPath);
     if (path != nullptr) std::snprintf(s_calibrationPath, sizeof s_calibrationPath, "%s", path);
@@ -196,6 +195,7 @@ void SetCalibrationDataPath(const char* path)
 
 int SaveCalibrationData(const char* dir)
 {
+    CApiLock api;
     if (dir == nullptr) return kFailed;
     File file(OpenFileUtf8(CalibrationFilePath(dir).c_str(), "wb+"));
     if (!file) return kFailed;
@@ -207,6 +207,7 @@ int SaveCalibrationData(const char* dir)
 
 int LoadCalibrationData()
 {
+    CApiLock api;
     CalibrationTable table;
     {
         CAutoCriticalSection lock(s_calibrationSection);
@@ -226,6 +227,7 @@ int LoadCalibrationData()
 
 unsigned short* GetCalibrationCache(int* count)
 {
+    CApiLock api;
     if (count == nullptr) return nullptr;
     const Prefix prefix = CurrentPrefix();
     CAutoCriticalSection lock(s_calibrationSection);
@@ -242,6 +244,7 @@ unsigned short* GetCalibrationCache(int* count)
 
 int GetCalibrationCacheEx(void* buffer, unsigned size)
 {
+    CApiLock api;
     const Prefix prefix = CurrentPrefix();
     if (buffer == nullptr || size < kDCCalibrationWords || prefix.text[0] == '\0') return 0;
     CalibrationTable table;
@@ -252,6 +255,7 @@ int GetCalibrationCacheEx(void* buffer, unsigned size)
 
 int ClearCalibrationCache(void)
 {
+    CApiLock api;
     const Prefix prefix = CurrentPrefix();
     CAutoCriticalSection lock(s_calibrationSection);
     FreeCache();
@@ -260,6 +264,7 @@ int ClearCalibrationCache(void)
 
 bool ValidateDCCalibrationData(void)
 {
+    CApiLock api;
     for (std::size_t i = kValidFirst; i <= kValidLast; ++i) {
         if (g_ECGDCVariableCalibrationData[i] == kErasedWord) return false;
     }
@@ -297,6 +302,7 @@ bool ClearDCCalibrationData(void)
 
 size_t GetPPGDCTable(int row, void* buffer, size_t n)
 {
+    CApiLock api;
     if (row < 0 || row >= static_cast<int>(kPPGDCTableRows) || buffer == nullptr) return 0;
     std::uint16_t words[kPPGDCTableWords];
     for (std::size_t i = 0; i < kPPGDCTableWords; ++i) words[i] = g_PPGDCTable[row][i];

@@ -8,10 +8,8 @@
 namespace {
 constexpr std::size_t kChunkBytes = 32;
 constexpr std::size_t kChunkWords = 16;
-constexpr std::size_t kDataOffset = 16;
 constexpr std::size_t kAckOffset = 4;
 constexpr std::uint8_t kAcknowledged = 0xFF;
-constexpr std::uint8_t kWrite = 0xFF;
 constexpr unsigned kReadPauseMs = 6;     // between two chunks of the 8-bit flavour
 constexpr unsigned kReplyWaitMs = 6;     // before the reply to a write
 constexpr unsigned kProgramWaitMs = 40;  // after the reply to a write
@@ -29,20 +27,11 @@ FlashFrame MakeFrame(StorageChannel channel, std::uint32_t address, std::size_t 
     return frame;
 }
 
-// Sends the frame; the reply is whole and acknowledged.
-bool ExchangeFrame(const FlashFrame& frame, unsigned waitMs, std::uint8_t (&reply)[kReplyBytes])
-    REQUIRES(g_APICriticalSection, g_InterruptCriticalSection)
-{
-    if (!SendRequest(frame.bytes, sizeof frame.bytes)) return false;
-    if (waitMs != 0) SleepMilliseconds(waitMs);
-    return ReceiveReply(reply) && reply[kAckOffset] >= kAcknowledged;
-}
-
 bool WriteChunk(FlashFrame& frame) REQUIRES(g_APICriticalSection, g_InterruptCriticalSection)
 {
-    frame.bytes[3] = kWrite;
+    frame.bytes[3] = kFlashWrite;
     std::uint8_t reply[kReplyBytes];
-    if (!ExchangeFrame(frame, kReplyWaitMs, reply)) return false;
+    if (!ExchangeFlashFrame(frame.bytes, kReplyWaitMs, reply)) return false;
     SleepMilliseconds(kProgramWaitMs);
     return true;
 }
@@ -52,6 +41,14 @@ std::uint32_t AddressAfter(std::uint32_t start, std::size_t bytes)
     return start + static_cast<std::uint32_t>(bytes);
 }
 }  // namespace
+
+bool ExchangeFlashFrame(const std::uint8_t (&frame)[kReplyBytes], unsigned waitMs,
+                        std::uint8_t (&reply)[kReplyBytes])
+{
+    if (!SendRequest(frame, sizeof frame)) return false;
+    if (waitMs != 0) SleepMilliseconds(waitMs);
+    return ReceiveReply(reply) && reply[kAckOffset] >= kAcknowledged;
+}
 
 FlashFrame MakeReadFrame(StorageChannel channel, std::uint32_t address, std::size_t count)
 {
@@ -66,9 +63,9 @@ bool DoReadFlash(std::uint32_t address, StorageChannel channel, std::uint16_t* d
         const std::size_t count = std::min(kChunkWords, words - done);
         const FlashFrame frame = MakeFrame(channel, AddressAfter(address, 2 * done), 2 * count);
         std::uint8_t reply[kReplyBytes];
-        if (!ExchangeFrame(frame, 0, reply)) return false;
+        if (!ExchangeFlashFrame(frame.bytes, 0, reply)) return false;
         for (std::size_t k = 0; k < count; ++k) {
-            data[done + k] = ReadBig16(reply + kDataOffset + 2 * k);
+            data[done + k] = ReadBig16(reply + kFlashDataOffset + 2 * k);
         }
     }
     return true;
@@ -81,7 +78,7 @@ bool DoWriteFlash(std::uint32_t address, StorageChannel channel, const std::uint
         const std::size_t count = std::min(kChunkWords, words - done);
         FlashFrame frame = MakeFrame(channel, AddressAfter(address, 2 * done), 2 * count);
         for (std::size_t k = 0; k < count; ++k) {
-            WriteBig16(frame.bytes + kDataOffset + 2 * k, data[done + k]);
+            WriteBig16(frame.bytes + kFlashDataOffset + 2 * k, data[done + k]);
         }
         if (!WriteChunk(frame)) return false;
     }
@@ -96,8 +93,8 @@ bool DoReadFlash(std::uint32_t address, StorageChannel channel, std::uint8_t* da
         const std::size_t count = std::min(kChunkBytes, bytes - done);
         const FlashFrame frame = MakeFrame(channel, AddressAfter(address, done), count);
         std::uint8_t reply[kReplyBytes];
-        if (!ExchangeFrame(frame, 0, reply)) return false;
-        std::memcpy(data + done, reply + kDataOffset, count);
+        if (!ExchangeFlashFrame(frame.bytes, 0, reply)) return false;
+        std::memcpy(data + done, reply + kFlashDataOffset, count);
         SleepMilliseconds(kReadPauseMs);
     }
     return true;
@@ -109,7 +106,7 @@ bool DoWriteFlash(std::uint32_t address, StorageChannel channel, const std::uint
     for (std::size_t done = 0; done < bytes; done += kChunkBytes) {
         const std::size_t count = std::min(kChunkBytes, bytes - done);
         FlashFrame frame = MakeFrame(channel, AddressAfter(address, done), count);
-        std::memcpy(frame.bytes + kDataOffset, data + done, count);
+        std::memcpy(frame.bytes + kFlashDataOffset, data + done, count);
         if (!WriteChunk(frame)) return false;
     }
     return true;
@@ -128,7 +125,7 @@ bool FlashWrite(StorageChannel channel, std::uint32_t address, const void* data,
 bool FlashErase(StorageChannel channel, std::uint32_t address)
 {
     FlashFrame frame = MakeFrame(channel, address, 0);
-    frame.bytes[3] = kWrite;
+    frame.bytes[3] = kFlashWrite;
     frame.bytes[6] = 1;
     if (!SendRequest(frame.bytes, sizeof frame.bytes)) return false;
     SleepMilliseconds(kEraseWaitMs);

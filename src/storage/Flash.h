@@ -20,10 +20,18 @@ enum class StorageChannel : std::uint8_t {
 
 constexpr std::size_t kFlashSectorBytes = 1024;
 
+constexpr std::size_t kFlashDataOffset = 16;  // of the data in a frame
+constexpr std::uint8_t kFlashWrite = 0xFF;    // byte 3 of a frame
+
 struct FlashFrame {
     std::uint8_t bytes[64];
 };
 FlashFrame MakeReadFrame(StorageChannel channel, std::uint32_t address, std::size_t count);
+
+// Sends a frame, waits, and reads its reply; true when that is whole and acknowledged.
+bool ExchangeFlashFrame(const std::uint8_t (&frame)[kReplyBytes], unsigned waitMs,
+                        std::uint8_t (&reply)[kReplyBytes])
+    REQUIRES(g_APICriticalSection, g_InterruptCriticalSection);
 
 // 16-bit words, most significant byte first on the wire.
 bool DoReadFlash(std::uint32_t address, StorageChannel channel, std::uint16_t* data,

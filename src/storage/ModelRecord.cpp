@@ -6,11 +6,7 @@
 namespace {
 constexpr std::uint32_t kRecordAddress = 0;
 constexpr std::uint8_t kRecordLetter = 'T';
-constexpr unsigned kDataOffset = 16;  // of flash data in a frame
-constexpr unsigned kHardwareOffset = kDataOffset + 8;
-constexpr unsigned kAckOffset = 4;
-constexpr std::uint8_t kAcknowledged = 0xFF;
-constexpr std::uint8_t kWrite = 0xFF;
+constexpr std::size_t kHardwareOffset = kFlashDataOffset + 8;
 
 // Reads the frame of the main record, erases the sector, and turns the frame into the one that
 // writes it back.
@@ -21,15 +17,9 @@ bool ReadFrameForRewrite(CExchange& line, std::uint8_t (&frame)[kReplyBytes])
         MakeReadFrame(StorageChannel::kMainBoard, kRecordAddress, kModelRecordBytes);
     if (!line.Transact(read.bytes, sizeof read.bytes, frame)) return false;
     if (!FlashErase(StorageChannel::kMainBoard, kRecordAddress)) return false;
-    frame[3] = kWrite;
+    frame[3] = kFlashWrite;
     frame[4] = 0;
     return true;
-}
-
-bool WriteFrame(CExchange& line, const std::uint8_t (&frame)[kReplyBytes])
-{
-    std::uint8_t reply[kReplyBytes];
-    return line.Transact(frame, sizeof frame, reply) && reply[kAckOffset] == kAcknowledged;
 }
 }  // namespace
 
@@ -50,7 +40,7 @@ bool SetModelInfo(const MODEL_INFORMATION* record)
     CExchange line;
     std::uint8_t frame[kReplyBytes];
     if (!ReadFrameForRewrite(line, frame)) return false;
-    std::uint8_t* data = frame + kDataOffset;
+    std::uint8_t* data = frame + kFlashDataOffset;
     data[0] = kRecordLetter;
     data[1] = static_cast<std::uint8_t>(record->typeLetters[0]);
     data[2] = static_cast<std::uint8_t>(record->typeLetters[1]);
@@ -58,7 +48,8 @@ bool SetModelInfo(const MODEL_INFORMATION* record)
     data[4] = record->modelCode[1];
     data[5] = static_cast<std::uint8_t>(record->yearOrLot);
     WriteBig16(data + 6, static_cast<std::uint16_t>(record->sequenceNumber));
-    if (!WriteFrame(line, frame)) return false;
+    std::uint8_t reply[kReplyBytes];
+    if (!ExchangeFlashFrame(frame, 0, reply)) return false;
     g_ModelInfo.Store(*record);
     return true;
 }
@@ -70,7 +61,8 @@ bool SetHWInfo(int major, int minor)
     if (!ReadFrameForRewrite(line, frame)) return false;
     frame[kHardwareOffset] = static_cast<std::uint8_t>(major);
     frame[kHardwareOffset + 1] = static_cast<std::uint8_t>(minor);
-    if (!WriteFrame(line, frame)) return false;
+    std::uint8_t reply[kReplyBytes];
+    if (!ExchangeFlashFrame(frame, 0, reply)) return false;
     HardwareInformation info = g_HWInfo.Load();
     info.hardwareMajor = static_cast<std::uint32_t>(major);
     info.hardwareMinor = static_cast<std::uint32_t>(minor);

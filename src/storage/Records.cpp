@@ -26,9 +26,7 @@ constexpr std::uint32_t kPDRatioAddress = kFactorySettingMCUAddress;
 constexpr std::uint32_t kPDRatioRowBytes = 32;
 constexpr std::uint32_t kPPGDCTableAddress = 5632;
 constexpr std::uint32_t kPPGDCTableRowBytes = 8192;
-constexpr std::uint16_t kErasedWord = 0xFFFF;
 constexpr std::uint8_t kErasedByte = 0xFF;
-constexpr LEDType kLed1 = 1;
 
 bool EraseSectors(StorageChannel channel, std::uint32_t address, std::uint32_t sectors)
     REQUIRES(g_APICriticalSection, g_InterruptCriticalSection)
@@ -96,7 +94,7 @@ bool ClearFlashCalibrationData()
 
 bool ReadECGMfgInfo(std::uint8_t* data, int length)
 {
-    if (data == nullptr || length < 1) return false;
+    if (data == nullptr || length < 0) return false;
     CExchange line;
     return FlashRead(StorageChannel::kECGBoard, kMfgInfoAddress, data,
                      static_cast<std::size_t>(std::min(length, kMfgInfoBytes)));
@@ -104,7 +102,7 @@ bool ReadECGMfgInfo(std::uint8_t* data, int length)
 
 bool WriteECGMfgInfo(const void* data, int length)
 {
-    if (data == nullptr || length < 1) return false;
+    if (data == nullptr || length < 0) return false;
     CExchange line;
     if (!FlashErase(StorageChannel::kECGBoard, kMfgInfoAddress)) return false;
     return FlashWrite(StorageChannel::kECGBoard, kMfgInfoAddress, data,

@@ -10,6 +10,8 @@
 
 constexpr std::size_t kDCCalibrationWords = 4001;
 constexpr std::size_t kPDSamplingWords = 1024;
+constexpr std::uint16_t kErasedWord = 0xFFFF;
+constexpr LEDType kLed1 = 1;
 
 // 64 bytes of the PPG module. The bytes that are not named are kept as read.
 struct FACTORY_SETTING {

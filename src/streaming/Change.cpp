@@ -23,7 +23,7 @@ void StoreRewritten(int function, const DerivedParameters& rewritten)
         g_F = rewritten.frequency;
     }
     if (function == OUTPUT_BASELINE_PULSE) g_PulseWidth = rewritten.pulseWidth;
-    if (g_DynamicRangeTest) g_Amplitude = rewritten.amplitude;
+    if (rewritten.amplitudeWasLimited) g_Amplitude = rewritten.amplitude;
     if (rewritten.frequencyWasCut) Tell(g_SyncFreqCB, rewritten.frequency, kCutSeconds);
 }
 
@@ -45,6 +45,10 @@ void ChangeOnce()
         return;
     }
     DeriveAndPublish(function);
+    if (g_MainOutput != function) {  // a callback has selected another one
+        s_changeMissed = true;
+        return;
+    }
     if (s_ECGGoing || !PrepareRun()) return;
     _RefreshOperateMode();
     SetRelays(true);
@@ -55,6 +59,8 @@ void ChangeOnce()
 void Change()
 {
     s_changeMissed = true;
+    // The end of a run does not wait for its turn.
+    if (g_MainOutput == OUTPUT_OFF) StopRun();
     while (s_changeMissed && s_ChangeCriticalSection.TryLock()) {
         s_changeMissed = false;
         ChangeOnce();

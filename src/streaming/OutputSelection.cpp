@@ -30,14 +30,26 @@ constexpr int kNoFixedCode = -1;
 // Pacing and dynamic LED strength are sent by the end of the run.
 Shared<bool> s_deferOffCommands = false;
 
+void ClearScans()
+{
+    s_FreqScanOn = false;
+    g_FreqScan1 = false;
+    g_FreqScan3 = false;
+}
+
 void StartScan(int function, double start, double stepHz)
 {
-    s_FreqScanOn = true;
-    g_F = start;
-    s_Fd = stepHz;
+    {
+        CInterruptLock packetIsBuilt;  // no sample sees half of it
+        g_F = start;
+        s_Fd = stepHz;
+        s_FreqScanOn = true;
+    }
     g_MainOutput = function;
     Tell(g_SyncMainFuncCB, function, stepHz);
     _ChangeRequested();
+    // A callback may have switched off before a run existed whose end clears them.
+    if (g_MainOutput == OUTPUT_OFF && !IsRunGoing()) ClearScans();
 }
 
 void SwitchOffAfterScan(double stop)
@@ -153,9 +165,7 @@ void PlayPostProcessing()
         SetBaselineResetTest(0);
     }
     SleepMilliseconds(kBaselineTestPauseMs);
-    s_FreqScanOn = false;
-    g_FreqScan1 = false;
-    g_FreqScan3 = false;
+    ClearScans();
     SetFixedDcCode(kNoFixedCode);
     SetRelays(false);
     ApplyDefaultTransmissionRate();

@@ -10,7 +10,7 @@
 Shared<CManualResetEvent*> g_PlaySyncEvent = nullptr;
 
 namespace {
-constexpr unsigned kUnloadLimitMs = 2000;
+constexpr unsigned kUnloadLimitMs = 10000;  // a callback of the application may hold it up
 
 CJoinableThread g_hPlayThread;
 RunSteps s_steps = {};
@@ -66,6 +66,7 @@ bool SendFirstPacket()
     s_pace = g_bConnected != 0 ? Pace::kDevice : Pace::kTimer;
     if (s_pace == Pace::kDevice) _StopSimulationTimer();
     _SendNextPacket(true);
+    if (s_pace == Pace::kDevice) g_hReadEvent.SetEvent();
     return true;
 }
 
@@ -97,7 +98,6 @@ void* StartPlayThread(void*)
     if (WaitExternalSynchronizationSignal() && SendFirstPacket()) {
         // The instrument may have gone while the run waited for its signal.
         if (g_bConnected == 0) _StartSimulationTimer(OnTick);
-        g_hReadEvent.SetEvent();
         PlayUntilStopped();
     }
     g_hStopReceiveEvent.SetEvent();
@@ -122,6 +122,9 @@ bool PrepareRun()
     s_SeqCheck = std::uint16_t{0};
     g_bChangeOnNextCycle = false;
     s_pace = Pace::kNone;
+    g_UICounter = 0;
+    s_t = 0.0;
+    s_tg = 0.0;
     return true;
 }
 
@@ -157,6 +160,7 @@ void RestartClock()
 void HoldRun()
 {
     CInterruptLock lock;
+    g_hReadEvent.ResetEvent();  // nothing is to be read before the next packet
     if (s_pace == Pace::kDevice) s_pace = Pace::kLost;
 }
 
@@ -166,7 +170,6 @@ void ResumeRun()
     if (!IsRunGoing() || (s_pace != Pace::kTimer && s_pace != Pace::kLost)) return;
     _StopSimulationTimer();
     s_pace = Pace::kDevice;
-    g_hReadEvent.ResetEvent();  // nothing is to be read before the next packet
     g_hSendEvent.SetEvent();
 }
 
@@ -175,7 +178,10 @@ void ResumeRun()
 bool _SendNextPacket(bool)
 {
     unsigned char buffer[kPacketBytes] = {};
-    DoSendNextPacket(buffer);
+    {
+        CAutoCriticalSection building(g_PacketCriticalSection);
+        DoSendNextPacket(buffer);
+    }
     // A callback may have ended the run while the packet was built.
     if (!IsStopRequested()) s_ECGGoing = true;
     const bool sent = WritePacket(buffer);
@@ -198,6 +204,7 @@ void _SendStopPacket()
         if (s_bReplyPending) DeviceReadData(reply, sizeof reply);
         s_bReplyPending = false;
     }
+    if (g_bConnected == 0 && !g_bPortAdopted) return;  // a port that is only being probed
     DeviceWriteData(buffer, kPacketBytes, 1);
     DeviceReadData(reply, sizeof reply);
 }

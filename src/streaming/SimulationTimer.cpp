@@ -8,7 +8,7 @@ namespace {
 constexpr unsigned kSlotBytesPerFrame = 56;
 constexpr unsigned kFramesTimesMs = 50000;  // 50 frames, in ms
 constexpr std::int64_t kNsPerMs = 1000000;
-constexpr unsigned kJoinLimitMs = 2000;
+constexpr unsigned kJoinLimitMs = 10000;
 
 // One thread that runs the ticks in turn: a tick that is due while one runs is dropped, and the
 // thread can be waited for.

@@ -69,12 +69,13 @@ void LimitForDynamicRange(CycleQuantities& cycle, DerivedParameters& rewritten)
     if (!g_DynamicRangeTest || !(cycle.s_A + overlay > kMaxDynamicRangeMv)) return;
     cycle.s_A = kMaxDynamicRangeMv - overlay;
     rewritten.amplitude = RoundHalfUp(2.0 * cycle.s_A * 100.0) / 100.0;
+    rewritten.amplitudeWasLimited = true;
 }
 }  // namespace
 
 CycleQuantities DeriveCycle(int function, int sampleRate, DerivedParameters& rewritten)
 {
-    rewritten = {g_F, g_PulseWidth, g_Amplitude, false};
+    rewritten = {g_F, g_PulseWidth, g_Amplitude, false, false};
     if (function == OUTPUT_BASELINE_PULSE) {
         rewritten.frequency = kBaselinePulseFrequency;
         rewritten.pulseWidth = kBaselinePulseWidthMs;

@@ -52,7 +52,8 @@ struct DerivedParameters {
     double frequency;
     double pulseWidth;
     double amplitude;
-    bool frequencyWasCut;  // to the ceiling of the output function
+    bool frequencyWasCut;      // to the ceiling of the output function
+    bool amplitudeWasLimited;  // by the dynamic range test
 };
 
 // The quantities for an output function at a sample rate, from the parameters as they are. Changes

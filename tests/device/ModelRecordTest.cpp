@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <numeric>
 #include <vector>
 
@@ -45,7 +44,7 @@ TEST(ModelRecord, IsReadErasedAndWrittenBack)
 
 TEST(ModelRecord, WaitsForTheErase)
 {
-    double erase = 0.0;
+    std::vector<double> erase;
     COpenInstrument opened;
     for (int i = 0; i < 5; ++i) {
         opened.device.ClearExchanges();
@@ -54,9 +53,9 @@ TEST(ModelRecord, WaitsForTheErase)
         EXPECT_GE(watch.Ms(), 40.0);
         const auto exchanges = opened.device.Exchanges();
         ASSERT_EQ(exchanges.size(), 3u);
-        erase = std::max(erase, MsBetween(exchanges[1].arrived, exchanges[2].arrived));
+        erase.push_back(MsBetween(exchanges[1].arrived, exchanges[2].arrived));
     }
-    EXPECT_GE(erase, 40.0);
+    EXPECT_GE(MedianMs(erase), 40.0 - kStampJitterMs);
 }
 
 TEST(ModelRecord, NeedsAnOpenPortButNoConnection)

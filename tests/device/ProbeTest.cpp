@@ -126,27 +126,27 @@ TEST(Probe, SwitchesTheDynamicLightOffOnce)
 
 TEST(Probe, WaitsForTheIdentityAndTheVersions)
 {
-    double drain = 0, identity = 0, hardware = 0, firmware = 0, board = 0, record = 0;
-    for (int i = 0; i < 4; ++i) {
+    std::vector<double> drain, identity, record, hardware, firmware, board;
+    for (int i = 0; i < 5; ++i) {
         SimulatedInstrument device(COpenInstrument::WithModule(0x3407));
         const CStopwatch watch;
         ASSERT_EQ(DoFindDevice(0), 1);
         EXPECT_GE(watch.Ms(), 100 + 80 + 100 + 100 + 100 + 2 * 6);
         DeviceClose();
         const auto exchanges = device.Exchanges();
-        drain = std::max(drain, ArrivalGapMs(exchanges, kStopSampling, kIdentify));
-        identity = std::max(identity, ArrivalGapMs(exchanges, kIdentify, kReadMainRecord));
-        record = std::max(record, ArrivalGapMs(exchanges, kReadMainRecord, kAskHardware));
-        hardware = std::max(hardware, ArrivalGapMs(exchanges, kAskHardware, kAskFirmware));
-        firmware = std::max(firmware, ArrivalGapMs(exchanges, kAskFirmware, kReadModuleRecord));
-        board = std::max(board, ArrivalGapMs(exchanges, kAskBoard3407, kAskDacLevel));
+        drain.push_back(ArrivalGapMs(exchanges, kStopSampling, kIdentify));
+        identity.push_back(ArrivalGapMs(exchanges, kIdentify, kReadMainRecord));
+        record.push_back(ArrivalGapMs(exchanges, kReadMainRecord, kAskHardware));
+        hardware.push_back(ArrivalGapMs(exchanges, kAskHardware, kAskFirmware));
+        firmware.push_back(ArrivalGapMs(exchanges, kAskFirmware, kReadModuleRecord));
+        board.push_back(ArrivalGapMs(exchanges, kAskBoard3407, kAskDacLevel));
     }
-    EXPECT_GE(drain, 100.0);  // until nothing comes for a read budget
-    EXPECT_GE(identity, 80.0);
-    EXPECT_GE(record, 6.0);
-    EXPECT_GE(hardware, 100.0);
-    EXPECT_GE(firmware, 100.0);
-    EXPECT_GE(board, 100.0);
+    EXPECT_GE(MedianMs(drain), 100.0 - kStampJitterMs);  // until nothing comes for a read budget
+    EXPECT_GE(MedianMs(identity), 80.0 - kStampJitterMs);
+    EXPECT_GE(MedianMs(record), 6.0 - kStampJitterMs);
+    EXPECT_GE(MedianMs(hardware), 100.0 - kStampJitterMs);
+    EXPECT_GE(MedianMs(firmware), 100.0 - kStampJitterMs);
+    EXPECT_GE(MedianMs(board), 100.0 - kStampJitterMs);
 }
 
 TEST(Probe, AcceptsTheIdentityWhateverStandsAroundIt)

@@ -63,6 +63,7 @@ TEST_F(ChangeWhilePlaying, AmplitudeIsSeenFromTheEndOfTheCycleOn)
     EXPECT_GE(position, kPeriod - 8);
     EXPECT_LE(position, kPeriod - 6);
     for (std::size_t i = 0; i < samples.size(); ++i) {
+        if (steps[i] % (kPeriod / 2) == 0) continue;  // an edge falls to either side of it
         const bool high = steps[i] % kPeriod < kPeriod / 2;
         const int code = (i < first ? 1600 : 3200) * (high ? 1 : -1);
         ASSERT_EQ(samples[i].codes.ac, code) << i;
@@ -127,7 +128,6 @@ TEST_F(ChangeWhilePlaying, OffsetIsReadWithEachSample)
 
 TEST_F(ChangeWhilePlaying, SeveralChangesOfOneCycleComeTogether)
 {
-    constexpr int kPeriod = kRate / 4;
     ASSERT_EQ(VRAXSetFrequency(4.0), 0);
     ASSERT_EQ(VRAXSetAmplitude(2.0), 0);
     ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_SQUARE), 0);
@@ -147,7 +147,6 @@ TEST_F(ChangeWhilePlaying, SeveralChangesOfOneCycleComeTogether)
     EXPECT_EQ(heights.front(), 1600);
     EXPECT_EQ(heights.back(), 7200);
     EXPECT_TRUE(std::is_sorted(heights.begin(), heights.end()));
-    EXPECT_EQ(kPeriod % 2, 0);
 }
 
 TEST_F(ChangeWhilePlaying, RecordOfTheSamplesCanBeSwitchedOnAndOff)

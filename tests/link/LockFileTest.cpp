@@ -98,8 +98,8 @@ TEST(LockFile, OfOnePortLeavesTheOthersAlone)
 TEST(LockFile, IsTakenAsSoonAsItsHolderHasGone)
 {
     SimulatedInstrument instrument(0);
-    CListeningHost host;
     WriteWholeFile(LockFilePath(0), IdBytes(getppid()));
+    CListeningHost host;
     EXPECT_FALSE(Listener::WaitFor(true, 1, std::chrono::milliseconds(1500)));
     std::filesystem::remove(LockFilePath(0));
     EXPECT_TRUE(Listener::WaitFor(true));

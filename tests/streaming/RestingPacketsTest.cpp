@@ -58,7 +58,7 @@ protected:
         return packet;
     }
 
-    static Bytes StopPacket(int mode)
+    static Bytes BuildStop(int mode)
     {
         g_OperateMode = static_cast<std::uint8_t>(mode);
         s_SeqCheck = std::uint16_t{0xFFF0};
@@ -66,7 +66,7 @@ protected:
         BuildStopPacket(packet.data());
         return packet;
     }
-    static Bytes FirstPacket(int mode)
+    static Bytes BuildResting(int mode)
     {
         g_OperateMode = static_cast<std::uint8_t>(mode);
         s_SeqCheck = std::uint16_t{0xFFF0};
@@ -78,57 +78,56 @@ protected:
     const std::uint16_t rest_ = instrument::DefaultDcCode(0.0);
 };
 
-using StopPacket = Resting;
+class StopPacket : public Resting {};
 
 TEST_F(StopPacket, OfTheEcgAloneHoldsFourteenRestingPairs)
 {
-    EXPECT_EQ(StopPacket::StopPacket(3), Expected({3, 14, 4, true}, rest_));
+    EXPECT_EQ(BuildStop(3), Expected({3, 14, 4, true}, rest_));
 }
 
 TEST_F(StopPacket, WithExternalRespirationHasTheFramingOfTheEcgAlone)
 {
-    EXPECT_EQ(StopPacket::StopPacket(35), Expected({35, 14, 4, true}, rest_));
+    EXPECT_EQ(BuildStop(35), Expected({35, 14, 4, true}, rest_));
 }
 
 TEST_F(StopPacket, WithTheOutputOffWritesNoSlot)
 {
-    EXPECT_EQ(StopPacket::StopPacket(8), Expected({8, 14, 4, false}, rest_));
+    EXPECT_EQ(BuildStop(8), Expected({8, 14, 4, false}, rest_));
 }
 
 TEST_F(StopPacket, WithPPGChannelsKeepsTheirSlotsAtZero)
 {
-    for (const Framing& framing : {Framing{7, 7, 8, true}, Framing{11, 7, 8, true},
-                                   Framing{19, 7, 8, true}, Framing{15, 4, 12, true},
-                                   Framing{23, 4, 12, true}, Framing{31, 3, 16, true}}) {
-        EXPECT_EQ(StopPacket::StopPacket(framing.mode), Expected(framing, rest_)) << framing.mode;
+    for (const Framing& framing :
+         {Framing{7, 7, 8, true}, Framing{11, 7, 8, true}, Framing{19, 7, 8, true},
+          Framing{15, 4, 12, true}, Framing{23, 4, 12, true}, Framing{31, 3, 16, true}}) {
+        EXPECT_EQ(BuildStop(framing.mode), Expected(framing, rest_)) << framing.mode;
     }
 }
 
 TEST_F(StopPacket, StartsTheSequenceAnew)
 {
-    StopPacket::StopPacket(3);
+    BuildStop(3);
     EXPECT_EQ(s_SeqCheck, 0);
 }
 
 TEST_F(StopPacket, HoldsTheCalibratedCodeOfZeroMillivolts)
 {
     g_ECGDCVariableCalibrationData[2000] = std::uint16_t{0x1357};
-    EXPECT_EQ(StopPacket::StopPacket(3), Expected({3, 14, 4, true}, 0x1357));
+    EXPECT_EQ(BuildStop(3), Expected({3, 14, 4, true}, 0x1357));
 }
 
-using RestingPacket = Resting;
+class RestingPacket : public Resting {};
 
 TEST_F(RestingPacket, OfTheEcgAloneHoldsZeroMillivolts)
 {
-    EXPECT_EQ(FirstPacket(3), Expected({3, 14, 4, true}, rest_));
+    EXPECT_EQ(BuildResting(3), Expected({3, 14, 4, true}, rest_));
 }
 
 TEST_F(RestingPacket, WithPPGChannelsHoldsCodesOfZero)
 {
-    for (const Framing& framing :
-         {Framing{7, 7, 8, false}, Framing{8, 7, 8, false}, Framing{15, 4, 12, false},
-          Framing{31, 3, 16, false}}) {
-        EXPECT_EQ(FirstPacket(framing.mode), Expected(framing, rest_)) << framing.mode;
+    for (const Framing& framing : {Framing{7, 7, 8, false}, Framing{8, 7, 8, false},
+                                   Framing{15, 4, 12, false}, Framing{31, 3, 16, false}}) {
+        EXPECT_EQ(BuildResting(framing.mode), Expected(framing, rest_)) << framing.mode;
     }
 }
 
@@ -137,7 +136,7 @@ TEST_F(RestingPacket, WithExternalRespirationHoldsItsRestingCodes)
     g_nECGExtRespirationBaselineDAC = std::uint16_t{0x1234};
     std::uint16_t codes[3];
     ASSERT_EQ(ExtRespGetAmplitudeDAC(0.0, codes), 0);  // without the module's tables
-    EXPECT_EQ(FirstPacket(35), Expected({35, 4, 12, true, true}, rest_));
+    EXPECT_EQ(BuildResting(35), Expected({35, 4, 12, true, true}, rest_));
 }
 
 TEST_F(RestingPacket, AdvancesTheSequenceButNotTheClock)
@@ -145,13 +144,13 @@ TEST_F(RestingPacket, AdvancesTheSequenceButNotTheClock)
     s_t = 5.0;
     s_tg = 6.0;
     g_UICounter = 3;
-    FirstPacket(3);
+    BuildResting(3);
     EXPECT_EQ(s_SeqCheck, 0x22);
     EXPECT_EQ(s_t, 5.0);
     EXPECT_EQ(s_tg, 6.0);
     EXPECT_EQ(g_UICounter, 3);
     s_t = 0.0;
-    FirstPacket(3);
+    BuildResting(3);
     EXPECT_EQ(g_UICounter, 0);
 }
 }  // namespace

@@ -18,6 +18,9 @@ public:
     {
         s_sampleRate = sampleRate;
         g_MainOutput = function;
+        g_fDelayAccumulated = 0.0;
+        s_t = 0.0;
+        s_tg = 0.0;
         s_ECGGoing = true;
         Change();
         SetRelays(false);  // the operate mode

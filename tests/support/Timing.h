@@ -24,22 +24,35 @@ inline double MsBetween(instrument::Clock::time_point from, instrument::Clock::t
     return std::chrono::duration<double, std::milli>(to - from).count();
 }
 
-// A request is stamped when the instrument has read it, which a busy machine may delay: of several
-// gaps the longest one shows whether the host waited.
-inline double LongestArrivalGapMs(const std::vector<instrument::Exchange>& exchanges)
+// A request is stamped when the instrument has read it, which a busy machine delays now for one
+// request and now for another. The middle one of several gaps shows how long the host waited, give
+// or take this much.
+constexpr double kStampJitterMs = 1.0;
+
+inline double MedianMs(std::vector<double> values)
 {
-    double longest = 0.0;
-    for (std::size_t i = 1; i < exchanges.size(); ++i) {
-        longest = std::max(longest, MsBetween(exchanges[i - 1].arrived, exchanges[i].arrived));
-    }
-    return longest;
+    if (values.empty()) return 0.0;
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
 }
 
-inline double LongestGapAfterReplyMs(const std::vector<instrument::Exchange>& exchanges)
+// Between one request and the next.
+inline double MedianArrivalGapMs(const std::vector<instrument::Exchange>& exchanges)
 {
-    double longest = 0.0;
+    std::vector<double> gaps;
     for (std::size_t i = 1; i < exchanges.size(); ++i) {
-        longest = std::max(longest, MsBetween(exchanges[i - 1].replied, exchanges[i].arrived));
+        gaps.push_back(MsBetween(exchanges[i - 1].arrived, exchanges[i].arrived));
     }
-    return longest;
+    return MedianMs(gaps);
+}
+
+// Between a reply and the next request.
+inline double MedianGapAfterReplyMs(const std::vector<instrument::Exchange>& exchanges)
+{
+    std::vector<double> gaps;
+    for (std::size_t i = 1; i < exchanges.size(); ++i) {
+        gaps.push_back(MsBetween(exchanges[i - 1].replied, exchanges[i].arrived));
+    }
+    return MedianMs(gaps);
 }

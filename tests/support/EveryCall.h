@@ -1,0 +1,211 @@
+// Every setter and getter of the public header, for tests that only want them called.
+#pragma once
+
+#include <functional>
+#include <iterator>
+#include <vector>
+
+#include "vrax.h"
+
+using Calls = std::vector<std::function<void()>>;
+
+// The setters that take numbers. `value` goes through where it is a NaN, and is one of each range
+// otherwise.
+inline Calls NumberSetters(double value)
+{
+    return {
+        [=] { VRAXSetAmplitude(value); },
+        [=] { VRAXSetFrequency(value); },
+        [=] { VRAXSetPulseWidth(value * 50); },
+        [=] { VRAXSetQRSDuration(value * 50); },
+        [=] { VRAXSetTWave(value); },
+        [=] { VRAXSetPDuration(value * 50); },
+        [=] { VRAXSetPRInterval(value * 50); },
+        [=] { VRAXSetQTInterval(value * 150); },
+        [=] { VRAXSetPWave(value); },
+        [=] { VRAXSetSTDeviation(value); },
+        [=] { VRAXSetCustomizedTDuration(value * 150); },
+        [=] { VRAXSetPacingAmplitude(value * 10); },
+        [=] { VRAXSetPacingDuration(value); },
+        [=] { VRAXSetOvershootAmplitude(value); },
+        [=] { VRAXSetECG2_27_Noise(50, value); },
+        [=] { VRAXSetECG2_27_AAMIDriftTestAmplitude(value); },
+        [=] { VRAXSetECG2_27_AAMIDriftTestFrequency(value); },
+    };
+}
+
+// The setters that take whole numbers and flags; none of them switches the output.
+inline Calls FlagSetters(int value)
+{
+    const bool on = value % 2 != 0;
+    return {
+        [=] { VRAXSetDCOffset(value); },
+        [=] { VRAXSetDCOffsetVariableMode(on); },
+        [=] { VRAXSetDCOffsetCommonMode(on); },
+        [=] { SetDCOffsetCommoneMode(value); },
+        [=] { VRAXSetOutputLead(value % 9, on); },
+        [=] { SetAllOutputLead(static_cast<unsigned>(value) & 0x1FF); },
+        [=] { VRAXSetInputImpedanceMode(on); },
+        [=] { VRAXEnableECGOutput(value % 3 != 0); },
+        [=] { VRAXEnableACAboveDC(on); },
+        [=] { VRAXSetSpecialWave227(value); },
+        [=] { VRAXSetSpecialWave251(value); },
+        [=] { VRAXSetSpecialWave247(value); },
+        [=] { VRAXSetANE20000Lead(value % 9); },
+        [=] { VRAXSetPacingPulseMode(value % 2); },
+        [=] { VRAXSetPacingRate(static_cast<unsigned>(60 + value % 60)); },
+        [=] { VRAXSetPacingRateSynchronized(); },
+        [=] { VRAXSetOvershootTimeConstant(static_cast<unsigned>(value % 100)); },
+        [=] { VRAXApplyPacing(); },
+        [=] { VRAXSetECG2_27_AAMIDriftTest(on); },
+        [=] { SetDcDac(value * 100); },
+        [=] { VRAXSetFileLoop(value); },
+        [=] { VRAXSetSampleRate(20000); },
+        [=] { VRAXConfigureTransmissionRate(value % 6); },
+        [=] { VRAXEnableFPGASampling(on); },
+        [=] { SetDeviceTimeoutSetting(100, 200); },
+    };
+}
+
+// What switches the output function, some of it after a wait.
+inline Calls OutputSetters(int value)
+{
+    constexpr int kFunctions[] = {1, 2, 3, 4, 5, 6, 7, 10, 11, 12, 14, 15, 10000};
+    const int function = kFunctions[static_cast<std::size_t>(value) % std::size(kFunctions)];
+    return {
+        [=] { VRAXSetOutputFunction(function); },
+        [] { VRAXSetDynamicRangeTest(true, true, 1.0, 40.0); },
+        [] { VRAXSetFrequencyScanSine(true, 10, 10.0, 20.0); },
+        [] { VRAXSetFrequencyScanECG(true); },
+        [=] { VRAXSetBaselineResetTest(value % 5); },
+        [] { VRAXSetBaselineResetTest(0); },
+        [] { VRAXSetOutputFunction(OUTPUT_OFF); },
+        [] { VRAXSetFrequencyScanSine(false, 30, 0.67, 150.0); },
+        [] { VRAXSetFrequencyScanECG(false); },
+        [] { VRAXSetDynamicRangeTest(false, true, 1.0, 40.0); },
+        [=] { PlayFixedDCByDAC(static_cast<unsigned>(value) * 100U); },
+        [=] { VRAXSetOutputFunction(function); },
+        [] { VRAXResetEx(); },
+        [] { VRAXResetAllLeadOff(); },
+        [] { VRAXReset(); },
+        [=] { VRAXSetOutputFunction(function); },
+    };
+}
+
+inline Calls CallbackSetters()
+{
+    return {
+        [] { VRAXRegisterOutputSignalCallback([](double, double) {}, 40); },
+        [] { VRAXRegisterPacingOutputSignalCallback([](double, double) {}); },
+        [] { VRAXRegisterSyncFrequencyCB([](double, double) {}); },
+        [] { VRAXRegisterSyncDCOffsetCB([](int, double, double) {}); },
+        [] { VRAXRegisterSyncMainFunctionCB([](int, double) {}); },
+        [] { RegisterStandardWaveformCB([](double, double) {}); },
+        [] { RegisterBaselineResetCB([](int) {}); },
+        [] { VRAXRegisterOutputSignalCallback(nullptr, 0); },
+        [] { VRAXRegisterPacingOutputSignalCallback(nullptr); },
+        [] { VRAXRegisterSyncFrequencyCB(nullptr); },
+        [] { VRAXRegisterSyncDCOffsetCB(nullptr); },
+        [] { VRAXRegisterSyncMainFunctionCB(nullptr); },
+        [] { RegisterStandardWaveformCB(nullptr); },
+        [] { RegisterBaselineResetCB(nullptr); },
+    };
+}
+
+inline Calls ParameterGetters()
+{
+    return {
+        [] { VRAXGetOutputFunction(); },
+        [] { VRAXIsPlaying(); },
+        [] { VRAXGetOutputLead(3); },
+        [] { GetAllOutputLead(); },
+        [] { VRAXGetAmplitude(); },
+        [] { VRAXGetFrequency(); },
+        [] { VRAXGetDCOffset(); },
+        [] { VRAXGetDCOffsetVariableMode(); },
+        [] { VRAXGetDCOffsetCommonMode(); },
+        [] { VRAXGetPulseWidth(); },
+        [] { VRAXGetInputImpedanceMode(); },
+        [] { VRAXGetQRSDuration(); },
+        [] { VRAXGetTWave(); },
+        [] { VRAXGetPDuration(); },
+        [] { VRAXGetPRInterval(); },
+        [] { VRAXGetQTInterval(); },
+        [] { VRAXGetPWave(); },
+        [] { VRAXGetSTDeviation(); },
+        [] { VRAXGetCustomizedTDuration(); },
+        [] { VRAXGetSpecialWave227(); },
+        [] { VRAXGetSpecialWave251(); },
+        [] { VRAXGetSpecialWave247(); },
+        [] { VRAXGetANE20000Lead(); },
+        [] { VRAXGetPacingPulseMode(); },
+        [] { VRAXGetPacingAmplitude(); },
+        [] { VRAXGetPacingDuration(); },
+        [] { VRAXGetPacingRate(); },
+        [] { VRAXGetOvershootTimeConstant(); },
+        [] { VRAXGetOvershootAmplitude(); },
+        [] { VRAXGetBaselineResetTest(); },
+        [] { VRAXGetECG2_27_NoiseFreq(); },
+        [] { VRAXGetECG2_27_NoiseAmp(); },
+        [] { VRAXGetECG2_27_AAMIDriftTest(); },
+        [] { VRAXGetECG2_27_AAMIDriftTestAmplitude(); },
+        [] { VRAXGetECG2_27_AAMIDriftTestFrequency(); },
+        [] { VRAXGetDynamicRangeTest(); },
+        [] { VRAXGetDynamicRangeTestAmplitude(); },
+        [] { VRAXGetDynamicRangeTestFrequency(); },
+        [] { VRAXGetFrequencyScanSine(); },
+        [] { VRAXGetFrequencyScanSineStartFrequency(); },
+        [] { VRAXGetFrequencyScanSineStopFrequency(); },
+        [] { VRAXGetFrequencyScanSineDuration(); },
+        [] { VRAXGetFrequencyScanECG(); },
+        [] { VRAXGetSampleRate(); },
+        [] { VRAXGetSDKVersion(); },
+    };
+}
+
+inline Calls InstrumentGetters()
+{
+    return {
+        [] { VRAXIsConnected(); },
+        [] { VRAXIsPPGConnected(); },
+        [] { VRAXGetDeviceHandle(); },
+        [] {
+            MODEL_INFORMATION info;
+            VRAXGetDeviceInformation(&info);
+            VRAXGetPPGDeviceInformation(&info);
+        },
+        [] {
+            VRAXHardwareInformation info;
+            VRAXGetHWInformation(&info);
+            VRAXGetPPGHWInformation(&info);
+        },
+        [] { VRAXGetSerialNumber(); },
+        [] { VRAXGetPPGSerialNumber(); },
+        [] { VRAXGetFWVersion(); },
+        [] { GetPPGFwVersion(); },
+        [] { GetFWMainVer(); },
+        [] { GetPPGFwMainVer(); },
+        [] { VRAXGetHWVersion(); },
+        [] { VRAXGetUSBBusVoltage(); },
+        [] {
+            VRAXDeviceFeature feature;
+            VRAXGetDeviceFeature(&feature);
+        },
+        [] {
+            unsigned a = 0;
+            unsigned b = 0;
+            VRAXGetTransmissionRate(1, &a, &b);
+        },
+        [] { ValidateDCCalibrationData(); },
+        [] {
+            unsigned char words[64];
+            GetPPGDCTable(0, words, sizeof words);
+        },
+        [] { GetSaveLogPath(); },
+    };
+}
+
+inline void CallAll(const Calls& calls)
+{
+    for (const auto& call : calls) call();
+}
