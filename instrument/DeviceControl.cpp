@@ -27,9 +27,12 @@ std::string RespirationFault(std::span<const std::uint8_t> block)
     return {};
 }
 
-// The bytes of the block that a host may change.
-bool IsHostByte(std::size_t index)
+// Whether a host may set a byte of the block to a value: its own fields to any, the ten bytes after
+// the pacing fields to 0.
+bool MayWrite(std::size_t index, std::uint8_t value)
 {
+    constexpr std::size_t kClearedEnd = kPacingEnd + 10;
+    if (index >= kPacingEnd && index < kClearedEnd) return value == 0;
     return index < 4 || (index >= kRate && index <= kApnea) ||
            (index >= kPacing && index < kPacingEnd);
 }
@@ -51,7 +54,7 @@ Answer Device::WriteControl(RequestBytes request)
     // The mark of the read reply comes back where the host left it.
     if (request[3] != 0 && request[3] != 0xFF) return Answer::Refused("byte 3 is not 00 or FF");
     for (std::size_t i = 4; i < request.size(); ++i) {
-        if (IsHostByte(i) || request[i] == state.controlBlock[i]) continue;
+        if (MayWrite(i, request[i]) || request[i] == state.controlBlock[i]) continue;
         return Answer::Refused(fmt::format("byte {} is {:02X}; it was read as {:02X}", i,
                                            request[i], state.controlBlock[i]));
     }

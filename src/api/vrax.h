@@ -145,11 +145,12 @@ VRAX_API bool VRAXConnect(int port, unsigned timeoutMs);
  * Ends the connection: output off, threads stopped, port closed and its lock file removed,
  * parameters reset as by VRAXReset().
  *
- * Waits for the stop packet of a running signal and for the connect thread, which first finishes the
- * probe of a port, or the preparation of an instrument that it has just found (up to a few seconds
- * with a PPG module). Calls that wait for the instrument are released first. Harmless
- * without a connection and when called again; a later VRAXInit() or VRAXConnect() starts anew.
- * A connected listener is told false while the call waits.
+ * Waits for the stop packet of a running signal and for the connect thread, which first finishes
+ * the probe of a port, or the preparation of an instrument that it has just found (up to a few
+ * seconds with a PPG module). Calls that wait for the instrument are released first. Harmless
+ * without a connection and when called again; a later VRAXInit() or VRAXConnect() starts anew. A
+ * connected listener is told false while the call waits. Without a listener the port is closed
+ * before the parameters are reset: those that need one then stay.
  *
  * Logged as the VRAXSetOutputFunction() and VRAXReset() that it calls.
  */
@@ -172,6 +173,7 @@ VRAX_API bool VRAXIsPPGConnected(void);
  *
  * Takes effect with the next exchange. Then waits once, for up to `readMs`, until the port can be
  * read, and once, for up to `writeMs`, until it can be written; without a port it does not wait.
+ * Takes no lock.
  *
  * @param readMs   milliseconds; 100 at load
  * @param writeMs  milliseconds; 200 at load
@@ -373,7 +375,7 @@ VRAX_API bool VRAXSetHWInformation(int major, int minor);
  * @param[out] buffer  zeroed, then filled as far as the instrument answers
  * @param      length  bytes; more than 64 counts as 64
  * @retval true   read
- * @retval false  no port is open, `buffer` is null, `length` is below 1, or the instrument did not
+ * @retval false  no port is open, `buffer` is null, `length` is negative, or the instrument did not
  *                answer
  */
 VRAX_API bool VRAXReadMfgInfo(void* buffer, int length);
@@ -384,7 +386,7 @@ VRAX_API bool VRAXReadMfgInfo(void* buffer, int length);
  * @param buffer  the data
  * @param length  bytes; more than 64 counts as 64
  * @retval true   written
- * @retval false  no port is open, `buffer` is null, `length` is below 1, or the instrument did not
+ * @retval false  no port is open, `buffer` is null, `length` is negative, or the instrument did not
  *                answer; after the erase the old block is lost
  */
 VRAX_API bool VRAXWriteMfgInfo(const void* buffer, int length);
@@ -392,8 +394,8 @@ VRAX_API bool VRAXWriteMfgInfo(const void* buffer, int length);
 /**
  * Copies the capabilities of the PPG module.
  *
- * The default record at load and for modules that are not in the library's list; all zero for an
- * instrument whose firmware has no module information (below 1.3).
+ * The default record at load and for modules that are not in the library's list; all zero once an
+ * instrument was identified that has no module, or whose firmware (below 1.3) tells of none.
  *
  * @param[out] feature  80 bytes, a VRAXDeviceFeature; null does nothing
  */
@@ -584,8 +586,9 @@ typedef enum OutputFunction_E {
  * Selects the signal and starts it, or stops.
  *
  * A value other than 0 sends the pacing settings, starts the signal's time at 0 and, when nothing
- * plays, starts a run; while another signal plays the new one follows with the next cycle
- * (#OUTPUT_BASELINE_PULSE at once). #OUTPUT_OFF ends the run and returns when the stop packet has
+ * plays, starts a run. While another signal plays, the new one follows with the next sample, and
+ * its period and working amplitude with the end of the running cycle (#OUTPUT_BASELINE_PULSE:
+ * at once). #OUTPUT_OFF ends the run and returns when the stop packet has
  * been sent; from a callback it returns without that wait. It releases calls that wait for the
  * instrument first, so stopping always works.
  *
@@ -593,7 +596,8 @@ typedef enum OutputFunction_E {
  *
  * @param function  an #OutputFunction_E; negative values and 18 to 9999 play 0 mV
  * @retval  0  selected
- * @retval -1  no instrument is open and no connection listener is registered
+ * @retval -1  no instrument is open and no connection listener is registered; a run that exists
+ *             can be stopped all the same
  */
 VRAX_API int VRAXSetOutputFunction(int function);
 
@@ -660,8 +664,10 @@ VRAX_API int VRAXEnableACAboveDC(bool enable);
  * Puts every parameter back to its default, all output leads off, then lead 0 on.
  *
  * Switches the output off first. Parameters that already have their default are left alone and
- * write no log line. VRAXSetOvershootAmplitude(), VRAXSetCustomizedTDuration() and the looping of
- * files are not reset.
+ * write no log line, but VRAXSetPacingRateSynchronized() is always called. Without an instrument
+ * and without a connection listener only the leads, the waveform numbers, the looping of waveforms
+ * and VRAXEnableECGOutput() are reset. VRAXSetOvershootAmplitude(), VRAXSetCustomizedTDuration()
+ * and the looping of files are not reset.
  *
  * Logged as "VRAXReset();", followed by the lines of the setters that it calls.
  */
@@ -1255,7 +1261,7 @@ VRAX_API double VRAXGetDynamicRangeTestFrequency(void);
  * The frequency moves from `start` to `stop` in the given time; the frequency callback is told
  * after each packet. The scan ends itself at `stop` and switches the output off. On selects
  * #OUTPUT_SINE and tells the main function callback; off selects #OUTPUT_OFF, without waiting for
- * the end of the run, and tells it too. Takes effect with the next cycle.
+ * the end of the run, and tells it too. Takes effect at once.
  *
  * Logged as "VRAXSetFrequencyScanSine(true, 0.67, 150.00, 30);": on, start, stop, seconds.
  *
@@ -1344,8 +1350,8 @@ VRAX_API int PlayFixedDCByDAC(unsigned code);
  * A point of the ECG signal, for display.
  *
  * Runs on the packet thread with the interrupt lock held (for the first packet of a run: the API
- * lock), so it comes before the point is output, a packet's points in one burst. Must not call the
- * library, except to stop (see the file's overview).
+ * lock too), so it comes before the point is output, a packet's points in one burst. Must not call
+ * the library, except to stop (see the file's overview).
  *
  * @param time  seconds since the signal was selected
  * @param mv    the ECG value in millivolts, with noise and overshoot, without the DC offset
@@ -1356,7 +1362,7 @@ typedef void (*VRAXOutputSignalCallback)(double time, double mv);
  * A corner of a pacing pulse, for display: four calls for each pulse draw its rectangle.
  *
  * Runs on the packet thread with the interrupt lock held (for the first packet of a run: the API
- * lock). Must not call the library, except to stop.
+ * lock too). Must not call the library, except to stop.
  *
  * @param time       seconds since the signal was selected
  * @param amplitude  millivolts: 0, the pacing amplitude twice, 0
@@ -1373,15 +1379,16 @@ typedef void (*VRAXPacingOutputSignalCallback)(double time, double amplitude);
  * API lock held, when that setter made the cut. Must not call the library, except to stop.
  *
  * @param frequency  hertz, or -1.0 at the end of a scan
- * @param second     2.0, or the stop frequency in hertz at the end of a scan
+ * @param second     2.0 after a cut, the graph time in seconds during a scan, the stop frequency in
+ *                   hertz at its end
  */
 typedef void (*VRAXSyncFrequencyCallback)(double frequency, double second);
 
 /**
  * Told when the input dynamic range test moves its DC level.
  *
- * Runs on the packet thread with the interrupt lock held. Must not call the library, except to
- * stop.
+ * Runs on the packet thread with the interrupt lock held, and on the thread that calls
+ * GetRawDataArrayEx(). Must not call the library, except to stop.
  *
  * @param dc        the new level in whole millivolts; -300 also at the ramp's start and end
  * @param newDC     the new level in millivolts; at the start and the end the time limit in seconds,
@@ -1406,8 +1413,8 @@ typedef void (*VRAXSyncMainFunctionCallback)(int function, double value);
  * Told when a waveform or record that plays once has come to its end; the output is then switched
  * off.
  *
- * Runs on the packet thread with the interrupt lock held. Must not call the library, except to
- * stop.
+ * Runs on the packet thread with the interrupt lock held, and on the thread that calls
+ * GetRawDataArrayEx(). Must not call the library, except to stop.
  *
  * @param t       seconds since the signal was selected
  * @param period  its length in seconds
@@ -1534,14 +1541,17 @@ VRAX_API double* GetFileArray(unsigned* count, unsigned* rate);
 
 /**
  * Computes a signal into an array, with the present parameters and no instrument: sample i is the
- * value at i / rate seconds, without pacing and DC offset. The parameters stay as they are.
+ * value at i / rate seconds, without pacing and DC offset. The parameters stay as they are, but the
+ * output function is #OUTPUT_OFF afterwards. The samples after the end of a waveform that plays
+ * once are 0.
  *
  * @param      function  an #OutputFunction_E
  * @param[out] out       room for `count` values in millivolts; always filled in full
  * @param      count     number of samples
  * @param      rate      samples per second, 100 to 40000
- * @return  `count`, raised to one second's samples and cut to 1800 seconds' samples; 0, and nothing
- *          written, while a signal plays, when `out` is null, or when `rate` is out of range
+ * @return  `count`, raised to one second's samples (for 0 and below too) and cut to 1800 seconds'
+ *          samples; 0, and nothing written, while a signal plays, when `out` is null, or when
+ *          `rate` is out of range
  */
 VRAX_API int GetRawDataArrayEx(unsigned function, double* out, int count, int rate);
 

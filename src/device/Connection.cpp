@@ -86,15 +86,19 @@ void SetConnectionSteps(const ConnectionSteps& steps) { s_steps = steps; }
 bool DoInit(void (*callback)(bool connected))
 {
     CJoinableThread& thread = g_hConnectDeviceThread;
-    // A thread that was told to end is not revived while somebody waits for its end.
-    if (g_bStopConnectDeviceThread != 0) JoinConnectThread();
+    const bool mayWait = !IsInsideLibrary() && !thread.IsCurrentThread();
     g_ConnectedCallback = callback;
-    CApiLock lock;
-    g_hReconnectEvent.ResetEvent();
-    g_bStopConnectDeviceThread = 0;
-    StopDeviceSearch(false);
-    if (thread.IsRunning()) return true;
-    return thread.Start(ConnectDeviceThread, nullptr);
+    for (;;) {
+        // A thread that was told to end is not revived while somebody waits for its end, but by its
+        // own listener.
+        if (g_bStopConnectDeviceThread != 0) JoinConnectThread();
+        CApiLock lock;
+        if (mayWait && g_bStopConnectDeviceThread != 0 && thread.IsRunning()) continue;
+        g_hReconnectEvent.ResetEvent();
+        g_bStopConnectDeviceThread = 0;
+        StopDeviceSearch(false);
+        return thread.IsRunning() || thread.Start(ConnectDeviceThread, nullptr);
+    }
 }
 
 void StopConnectThread()

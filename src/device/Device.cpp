@@ -104,6 +104,11 @@ int DoFindDevice(int port)
         CloseHandle(file);
         return 0;
     }
+    if (s_abortWaits) {
+        UnlockDeviceFile();
+        CloseHandle(file);
+        return 0;
+    }
     g_bPortAdopted = false;
     g_hDevice = file;
     DeviceCancelIO();

@@ -36,7 +36,7 @@ void UnlockDevice();
 int DoFindDevice(int port);
 // -1: ports 0 to 127, the first that is accepted.
 int FindDevice(int port);
-// Sleeps 1 s after every failed attempt, the last one included.
+// Sleeps 1 s after every failed attempt, the last one included, unless the search is stopped.
 int DeviceConnect(int port, int attempts);
 // While set, a search ends as soon as it can.
 void StopDeviceSearch(bool stop);

@@ -37,7 +37,9 @@ int WaitTimed(pthread_mutex_t& mutex, pthread_cond_t& condition, std::uint8_t& s
               bool consume, unsigned milliseconds)
 {
     const timespec deadline =
-        ToTimespec(MonotonicNs() + static_cast<std::int64_t>(milliseconds) * kNsPerMs);
+        milliseconds == 0
+            ? timespec{}
+            : ToTimespec(MonotonicNs() + static_cast<std::int64_t>(milliseconds) * kNsPerMs);
     int result = 0;
     pthread_mutex_lock(&mutex);
     while (signalled == 0 && result == 0) {

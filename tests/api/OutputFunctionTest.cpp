@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <thread>
 #include <utility>
 
 #include "streaming/PendingChange.h"
@@ -11,6 +10,7 @@
 #include "support/ApiLogFile.h"
 #include "support/OfflineRun.h"
 #include "support/RegisteredListener.h"
+#include "support/Waiting.h"
 #include "synthesis/BeatModel.h"
 #include "synthesis/Pacing.h"
 #include "synthesis/Protocol.h"
@@ -103,7 +103,7 @@ TEST(OutputFunction, StartsARunAndOffEndsItBeforeItReturns)
     RegisteredListener listener;
     ApiLogFile log;
     ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_ECG), 0);
-    while (VRAXIsPlaying() == 0) std::this_thread::yield();
+    ASSERT_TRUE(Eventually([] { return VRAXIsPlaying() == 1; }));
     EXPECT_EQ(VRAXSetOutputFunction(OUTPUT_OFF), 0);
     EXPECT_EQ(VRAXIsPlaying(), 0);
     EXPECT_FALSE(IsRunGoing());
@@ -117,7 +117,7 @@ TEST(OutputFunction, EndOfARunEndsScansTestsAndTheFixedCode)
 {
     RegisteredListener listener;
     ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_ECG), 0);
-    while (VRAXIsPlaying() == 0) std::this_thread::yield();
+    ASSERT_TRUE(Eventually([] { return VRAXIsPlaying() == 1; }));
     VRAXSetFrequencyScanSine(true, 30, 1.0, 2.0);
     VRAXSetBaselineResetTest(2);
     SetDcDac(5);

@@ -153,7 +153,7 @@ TEST(Probe, AcceptsTheIdentityWhateverStandsAroundIt)
 {
     SimulatedInstrument device(0);
     Bytes identity = Identity("TVRP");
-    for (const std::size_t at : {0, 1, 2, 3, 8, 9}) identity[at] = 0x77;
+    for (const std::size_t at : {0u, 1u, 2u, 3u, 8u, 9u}) identity[at] = 0x77;
     identity[10] = 0x12;
     identity[11] = 0x34;
     device.SetReply(kIdentify, identity);

@@ -59,7 +59,7 @@ TEST_F(AdoptedPort, PlaysAndStops)
     EXPECT_EQ(VRAXSetOutputFunction(OUTPUT_OFF), 0);
     EXPECT_TRUE(instrument_.WaitForStop());
     EXPECT_EQ(instrument_.Statistics().sequenceErrors, 0U);
-    EXPECT_EQ(instrument_.RefusalCount(), 0U);
+    ExpectNoRefusals(instrument_);
 }
 
 TEST_F(AdoptedPort, StaysOpenWhenItIsGivenBack)

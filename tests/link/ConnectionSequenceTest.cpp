@@ -65,7 +65,7 @@ void ExpectConnectionSends(const Options& options, const std::vector<Bytes>& exp
     SimulatedInstrument instrument(options);
     CConnectedHost host;
     ExpectSame(Requests(instrument.Exchanges()), expected);
-    EXPECT_EQ(instrument.RefusalCount(), 0U);
+    ExpectNoRefusals(instrument);
 }
 
 }  // namespace

@@ -122,7 +122,7 @@ TEST(Connection, IsMadeAnewAfterItWasFreed)
         EXPECT_EQ(VRAXGetDeviceHandle(), -1);
         EXPECT_EQ(CountLockFiles(), 0);
     }
-    EXPECT_EQ(instrument.RefusalCount(), 0U);
+    ExpectNoRefusals(instrument);
 }
 
 TEST(Connection, FreedWithoutOneIsHarmless)

@@ -47,7 +47,7 @@ TEST(Cycles, OfConnectAndFreeLeaveNothingBehind)
         ASSERT_FALSE(VRAXIsConnected()) << i;
     }
     EXPECT_EQ(Resources(), before);
-    EXPECT_EQ(instrument.RefusalCount(), 0U);
+    ExpectNoRefusals(instrument);
 }
 
 TEST(Cycles, OfOnAndOffLeaveNothingBehind)
@@ -63,7 +63,7 @@ TEST(Cycles, OfOnAndOffLeaveNothingBehind)
     }
     EXPECT_EQ(Resources(), before);
     EXPECT_EQ(instrument.Statistics().sequenceErrors, 0U);
-    EXPECT_EQ(instrument.RefusalCount(), 0U);
+    ExpectNoRefusals(instrument);
 }
 
 TEST(Cycles, OfRunsWithoutAnInstrumentLeaveNothingBehind)
@@ -105,5 +105,5 @@ TEST(Cycles, OfPlugAndUnplugLeaveNothingBehind)
     }
     EXPECT_TRUE(Eventually([&] { return Resources() == before; }));
     EXPECT_EQ(Resources(), before);
-    EXPECT_EQ(instrument.RefusalCount(), 0U);
+    ExpectNoRefusals(instrument);
 }

@@ -47,6 +47,22 @@ void CallInThreads(const std::function<Calls(int)>& callsOf, int rounds)
     }
 }
 
+// Packets that neither follow the one before nor begin a run after a stop packet. The instrument's
+// own count cannot tell a stop packet from a resting signal whose relays are off already.
+int CountMisplacedPackets(const std::vector<Exchange>& packets)
+{
+    int misplaced = 0;
+    unsigned expected = 0;
+    bool mayBegin = true;
+    for (const Exchange& packet : packets) {
+        const auto first = static_cast<unsigned>(packet.request[6] << 8 | packet.request[7]);
+        if (first != expected && !(first == 0 && mayBegin)) ++misplaced;
+        expected = (first + 50) & 0xFFFF;
+        mayBegin = IsStopPacket(packet.request);
+    }
+    return misplaced;
+}
+
 }  // namespace
 
 TEST(ManyThreads, CallEverySetterAndGetterWhileASignalPlays)
@@ -65,13 +81,14 @@ TEST(ManyThreads, CallEverySetterAndGetterWhileASignalPlays)
     EXPECT_EQ(instrument.Statistics().sequenceErrors, 0U);
     EXPECT_EQ(VRAXSetOutputFunction(OUTPUT_OFF), 0);
     EXPECT_EQ(VRAXIsPlaying(), 0);
-    EXPECT_EQ(instrument.RefusalCount(), 0U);
+    ExpectNoRefusals(instrument);
 }
 
 TEST(ManyThreads, SwitchTheOutputOnAndOff)
 {
     Options options;
     options.pace = kSlowdown > 1 ? Pace::RealTime : Pace::Fast;
+    options.keepStreamExchanges = true;
     SimulatedInstrument instrument(options);
     CConnectedHost host;
     CallInThreads(OutputSetters, 1);
@@ -79,8 +96,8 @@ TEST(ManyThreads, SwitchTheOutputOnAndOff)
     EXPECT_EQ(VRAXSetBaselineResetTest(0), 0);
     EXPECT_EQ(VRAXSetOutputFunction(OUTPUT_OFF), 0);
     EXPECT_TRUE(Eventually([] { return VRAXIsPlaying() == 0; }));
-    EXPECT_EQ(instrument.Statistics().sequenceErrors, 0U);
-    EXPECT_EQ(instrument.RefusalCount(), 0U);
+    EXPECT_EQ(CountMisplacedPackets(instrument.Exchanges(Request::Stream)), 0);
+    ExpectNoRefusals(instrument);
     // And it still plays.
     ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_SINE), 0);
     EXPECT_TRUE(instrument.WaitForMorePackets(3));

@@ -130,7 +130,7 @@ TEST_F(Wire, OffSendsTheStopPacketThenRelaysThenPacingThenTheLight)
     EXPECT_EQ(frames[0].sequence, (packets - 1) * 50);
     EXPECT_EQ(instrument_.Statistics().stopPackets, 1U);
     EXPECT_EQ(instrument_.Statistics().sequenceErrors, 0U);
-    EXPECT_EQ(instrument_.RefusalCount(), 0U);
+    ExpectNoRefusals(instrument_);
 }
 
 TEST_F(Wire, OffWhileNothingPlaysSendsPacingAndLight)
@@ -194,7 +194,7 @@ TEST_F(Wire, CommandsTakeTurnsWithPackets)
         EXPECT_LE(all[i - 1].replied, all[i].arrived) << NameOf(all[i].kind) << " " << i;
     }
     EXPECT_EQ(instrument_.Statistics().sequenceErrors, 0U);
-    EXPECT_EQ(instrument_.RefusalCount(), 0U);
+    ExpectNoRefusals(instrument_);
 }
 
 TEST_F(Wire, OnePacketIsInFlightAtATime)
@@ -220,5 +220,5 @@ TEST(WireWithModule, EveryOperateModeIsTheOneOfTheRelayCommand)
     ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_OFF), 0);
     EXPECT_EQ(instrument.Relays().sampleRate, 5000U);
     EXPECT_EQ(instrument.Statistics().modeErrors, 0U);
-    EXPECT_EQ(instrument.RefusalCount(), 0U);
+    ExpectNoRefusals(instrument);
 }

@@ -24,7 +24,7 @@ TEST_P(Unasked, BlocksAreDroppedAndCommandsAreAnsweredAllTheSame)
         instrument.SendUnsolicited(GetParam());
         EXPECT_EQ(VRAXGetUSBBusVoltage(), i);
     }
-    EXPECT_EQ(instrument.RefusalCount(), 0U);
+    ExpectNoRefusals(instrument);
 }
 
 INSTANTIATE_TEST_SUITE_P(Polling, Unasked,

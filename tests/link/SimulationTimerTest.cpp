@@ -137,7 +137,7 @@ TEST(SimulationTimer, RunIsTakenOverByAnInstrumentThatIsPluggedIn)
     EXPECT_EQ(first / 50 + instrument.Statistics().packets - 1, built);
     EXPECT_GE(first, 150U);
     EXPECT_EQ(instrument.Statistics().sequenceErrors, 0U);
-    EXPECT_EQ(instrument.RefusalCount(), 0U);
+    ExpectNoRefusals(instrument);
 }
 
 TEST(SimulationTimer, RunThatWaitsForItsSignalIsTakenOverToo)

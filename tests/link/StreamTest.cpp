@@ -51,7 +51,7 @@ TEST(Stream, LosesRepeatsAndSwapsNoSequenceNumber)
     EXPECT_EQ(statistics.modeErrors, 0U);
     EXPECT_EQ(statistics.runs, 1U);
     EXPECT_EQ(statistics.samples, (statistics.packets - 1) * 700);
-    EXPECT_EQ(instrument.RefusalCount(), 0U);
+    ExpectNoRefusals(instrument);
 }
 
 class StreamHangUp : public testing::TestWithParam<FaultKind> {};
@@ -82,7 +82,7 @@ TEST_P(StreamHangUp, BetweenPacketsGoesOnFromThePlayClock)
     const unsigned next = SequenceOf(instrument.Packet(before - 1), 49) + 1;
     const unsigned resumed = SequenceOf(instrument.Packet(before), 0);
     EXPECT_TRUE(resumed == next || resumed == next + 50) << next << " " << resumed;
-    EXPECT_EQ(instrument.RefusalCount(), 0U);
+    ExpectNoRefusals(instrument);
 
     EXPECT_EQ(VRAXGetUSBBusVoltage(), kUsbVoltage);
     ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_OFF), 0);
@@ -141,7 +141,7 @@ TEST(Stream, SurvivesManyLostConnections)
     ASSERT_TRUE(instrument.WaitForMorePackets(3));
     ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_OFF), 0);
     CallbackTimes::ExpectOneClock(kRate);
-    EXPECT_EQ(instrument.RefusalCount(), 0U);
+    ExpectNoRefusals(instrument);
 }
 
 class SilentStream : public testing::TestWithParam<FaultKind> {
@@ -249,7 +249,7 @@ TEST_P(CommandFault, WhilePlayingFailsTheCommandAloneAndTheStreamGoesOn)
     }
     EXPECT_EQ(instrument.Statistics().sequenceErrors, 0U);
     ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_OFF), 0);
-    EXPECT_EQ(instrument.RefusalCount(), 0U);
+    ExpectNoRefusals(instrument);
 }
 
 INSTANTIATE_TEST_SUITE_P(Replies, CommandFault,
@@ -295,7 +295,7 @@ TEST(Stream, OffRightAfterOnHoweverOftenReturnsWithTheOutputOff)
     EXPECT_EQ(toggle.Result(), 0);
     EXPECT_EQ(instrument.Relays().operateMode, 8);
     EXPECT_EQ(instrument.Statistics().sequenceErrors, 0U);
-    EXPECT_EQ(instrument.RefusalCount(), 0U);
+    ExpectNoRefusals(instrument);
 }
 
 TEST(Stream, WaitsForItsSignalAndStartsWithIt)

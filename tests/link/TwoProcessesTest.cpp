@@ -38,7 +38,7 @@ TEST(TwoProcesses, OnOnePortTheFirstKeepsIt)
     EXPECT_TRUE(first.Ask("playing"));
     EXPECT_TRUE(instrument.WaitForMorePackets(3));
     EXPECT_EQ(instrument.Statistics().sequenceErrors, 0U);
-    EXPECT_EQ(instrument.RefusalCount(), 0U);
+    ExpectNoRefusals(instrument);
     EXPECT_TRUE(first.Ask("voltage 0 250"));
 
     ASSERT_TRUE(first.Ask("free"));
@@ -67,7 +67,7 @@ TEST(TwoProcesses, OnTwoPortsEachHasItsOwn)
     for (const SimulatedInstrument* instrument : {&zero, &one}) {
         EXPECT_TRUE(instrument->WaitForStop());
         EXPECT_EQ(instrument->Statistics().sequenceErrors, 0U);
-        EXPECT_EQ(instrument->RefusalCount(), 0U);
+        ExpectNoRefusals(*instrument);
     }
 }
 

@@ -104,6 +104,15 @@ inline instrument::Fault MakeFault(instrument::FaultKind kind, instrument::Reque
 
 constexpr unsigned kForEver = 0;  // as a fault's count
 
+// The instrument understood everything that it was sent.
+inline void ExpectNoRefusals(const instrument::SimulatedInstrument& instrument)
+{
+    for (const instrument::Refusal& refusal : instrument.Refusals()) {
+        ADD_FAILURE() << "refused: " << refusal.reason << " (" << refusal.request.size()
+                      << " bytes)";
+    }
+}
+
 inline std::string LockFilePath(int port)
 {
     return "/var/lock/tessarin.ACM" + std::to_string(port) + ".lock";

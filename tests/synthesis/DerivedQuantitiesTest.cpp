@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <cmath>
+#include <thread>
+
 #include "sources/RawArray.h"
 #include "synthesis/BeatModel.h"
 #include "synthesis/Pacing.h"
@@ -16,6 +20,29 @@ DerivedParameters s_rewritten;
 CycleQuantities Derive(int function, int rate = kRate)
 {
     return DeriveCycle(function, rate, s_rewritten);
+}
+
+// Half old and half new would show as a segment that is no part of its period.
+TEST(Derivation, IsSeenWholeByTheThreadThatComputesSamples)
+{
+    std::atomic<bool> done{false};
+    std::thread setter([&] {
+        for (int i = 0; i < 20000; ++i) {
+            g_F = i % 2 == 0 ? 1.0 : 4.0;
+            g_Cycle.Publish(Derive(OUTPUT_JJG1041));
+        }
+        done = true;
+    });
+    bool whole = true;
+    while (!done) {
+        const CycleQuantities& cycle = g_Cycle.Read();
+        if (cycle.jjg.s_tT_End == 0.0) continue;  // nothing published yet
+        const double end = 0.75 * cycle.s_tp * (0.1653 + 0.516);
+        if (std::fabs(cycle.jjg.s_tT_End - end) > 1e-9) whole = false;
+        if (cycle.frequency * cycle.s_tp != 1.0) whole = false;
+    }
+    setter.join();
+    EXPECT_TRUE(whole);
 }
 
 TEST(WorkingAmplitude, IsHalfOfThePeakToPeakButTheWholeForTheBeats)

@@ -63,16 +63,24 @@ TEST_F(PacingSettings, AreReadThenWrittenBackAsAWholeBlock)
     EXPECT_EQ(writes[0].request, expected);
 }
 
+// What another setting of the same block holds; the flag at 12 is 0 or 1.
 TEST_F(PacingSettings, LeaveTheOtherBytesOfTheBlockAlone)
 {
-    for (const std::size_t index : {8u, 12u, 23u, 38u, 63u})
-        instrument_.SetControlByte(index, 0x5A);
+    constexpr std::size_t kOthers[] = {8, 9, 23, 38, 63};
+    for (const std::size_t index : kOthers) instrument_.SetControlByte(index, 0x5A);
+    instrument_.SetControlByte(12, 1);
+    EXPECT_EQ(SetPacing(), 1);
+    const auto block = instrument_.ControlBlock();
+    for (const std::size_t index : kOthers) EXPECT_EQ(int{block[index]}, 0x5A) << index;
+    EXPECT_EQ(block[12], 1);
+}
+
+TEST_F(PacingSettings, ClearTheTenBytesAfterThem)
+{
     for (std::size_t index = 28; index < 38; ++index) instrument_.SetControlByte(index, 0x77);
     EXPECT_EQ(SetPacing(), 1);
     const auto block = instrument_.ControlBlock();
-    for (const std::size_t index : {8u, 23u, 38u, 63u}) EXPECT_EQ(block[index], 0x5A) << index;
-    EXPECT_EQ(block[12], 1);
-    for (std::size_t index = 28; index < 38; ++index) EXPECT_EQ(block[index], 0) << index;
+    for (std::size_t index = 28; index < 38; ++index) EXPECT_EQ(int{block[index]}, 0) << index;
 }
 
 TEST_F(PacingSettings, WithoutAmplitudeAreZero)
