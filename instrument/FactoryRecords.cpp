@@ -39,9 +39,9 @@ void AppendBig(Bytes& bytes, unsigned word)
 template <typename T>
 void AppendRaw(Bytes& bytes, T value)
 {
-    std::uint8_t raw[sizeof value];
-    std::memcpy(raw, &value, sizeof value);
-    bytes.insert(bytes.end(), raw, raw + sizeof value);
+    const std::size_t end = bytes.size();
+    bytes.resize(end + sizeof value);
+    std::memcpy(bytes.data() + end, &value, sizeof value);
 }
 
 void ProgramSamplingTable(Flash& flash, std::uint32_t address, unsigned offset)

@@ -1,4 +1,5 @@
 # What ./play, ./check and the CI share; sourced, with $root as the project's folder.
+# shellcheck shell=bash disable=SC2034,SC2154
 
 build_packages=(g++ cmake ninja-build pkg-config libgtest-dev libbenchmark-dev libcli11-dev
                 libfmt-dev libcairo2-dev fonts-dejavu-core)

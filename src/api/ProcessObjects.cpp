@@ -70,6 +70,7 @@ namespace {
 class CLibrary {
 public:
     CLibrary() { WireRooms(); }
+
     ~CLibrary()
     {
         g_ConnectedCallback = nullptr;
@@ -82,8 +83,19 @@ public:
         JoinConnectThread();
         if (IsInsideLibrary()) return;
         JoinPollingThread();
+        WaitForCallsToLeave();
         FreeRawArrays();
         FreeCalibrationCache();
+    }
+
+private:
+    // Calls that were released are on their way out of the library's code.
+    static void WaitForCallsToLeave()
+    {
+        constexpr int kLooks = 100;
+        constexpr unsigned kLookMs = 10;
+        for (int i = 0; i < kLooks && CApiLock::CallsInside() > 0; ++i) SleepMilliseconds(kLookMs);
+        SleepMilliseconds(kLookMs);
     }
 };
 CLibrary s_library;

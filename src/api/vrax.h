@@ -561,24 +561,24 @@ VRAX_API size_t GetPPGDCTable(int row, void* buffer, size_t n);
 
 /** The signals that VRAXSetOutputFunction() selects. */
 typedef enum OutputFunction_E {
-    OUTPUT_OFF = 0,                /**< nothing; ends the run */
-    OUTPUT_SINE = 1,               /**< sine */
-    OUTPUT_TRIANGLE = 2,           /**< symmetric triangle */
-    OUTPUT_SQUARE = 3,             /**< square wave */
-    OUTPUT_RECT_PULSE = 4,         /**< rectangular pulse with edges of 1 ms */
-    OUTPUT_TRIANGLE_PULSE = 5,     /**< triangular pulse; VRAXSetPulseWidth() is its base */
-    OUTPUT_EXP_DECAY = 6,          /**< exponential decay, time constant 50 ms */
-    OUTPUT_ECG = 7,                /**< standard beat: triangular QRS, half-sine T wave */
-    OUTPUT_IEC227 = 8,             /**< a waveform of IEC 60601-2-27, see VRAXSetSpecialWave227() */
-    OUTPUT_IEC251 = 9,             /**< a waveform of IEC 60601-2-51, see VRAXSetSpecialWave251() */
-    OUTPUT_JJG1041 = 10,           /**< calibration beat of JJG 1041 with a notched R wave */
-    OUTPUT_JJG1041_SINGLE_R = 11,  /**< the same beat with a single R crest */
-    OUTPUT_BASELINE_PULSE = 12,    /**< an upward and a downward exponential step each second */
-    OUTPUT_ECG_FILE = 13,          /**< the loaded record, see SetRawArray() */
-    OUTPUT_CUSTOM_ECG = 14,        /**< beat made of the P, PR, QRS, QT, ST and T parameters */
+    OUTPUT_OFF = 0,               /**< nothing; ends the run */
+    OUTPUT_SINE = 1,              /**< sine */
+    OUTPUT_TRIANGLE = 2,          /**< symmetric triangle */
+    OUTPUT_SQUARE = 3,            /**< square wave */
+    OUTPUT_RECT_PULSE = 4,        /**< rectangular pulse with edges of 1 ms */
+    OUTPUT_TRIANGLE_PULSE = 5,    /**< triangular pulse; VRAXSetPulseWidth() is its base */
+    OUTPUT_EXP_DECAY = 6,         /**< exponential decay, time constant 50 ms */
+    OUTPUT_ECG = 7,               /**< standard beat: triangular QRS, half-sine T wave */
+    OUTPUT_IEC227 = 8,            /**< a waveform of IEC 60601-2-27, see VRAXSetSpecialWave227() */
+    OUTPUT_IEC251 = 9,            /**< a waveform of IEC 60601-2-51, see VRAXSetSpecialWave251() */
+    OUTPUT_JJG1041 = 10,          /**< calibration beat of JJG 1041 with a notched R wave */
+    OUTPUT_JJG1041_SINGLE_R = 11, /**< the same beat with a single R crest */
+    OUTPUT_BASELINE_PULSE = 12,   /**< an upward and a downward exponential step each second */
+    OUTPUT_ECG_FILE = 13,         /**< the loaded record, see SetRawArray() */
+    OUTPUT_CUSTOM_ECG = 14,       /**< beat made of the P, PR, QRS, QT, ST and T parameters */
     OUTPUT_INPUT_DYNAMIC_RANGE = 15, /**< slow ramp of the input dynamic range test */
-    OUTPUT_IEC247 = 16,            /**< a record of IEC 60601-2-47, see VRAXSetSpecialWave247() */
-    OUTPUT_ANE20000 = 17,          /**< an ANE20000 lead, see VRAXSetANE20000Lead(), plus noise */
+    OUTPUT_IEC247 = 16,              /**< a record of IEC 60601-2-47, see VRAXSetSpecialWave247() */
+    OUTPUT_ANE20000 = 17,            /**< an ANE20000 lead, see VRAXSetANE20000Lead(), plus noise */
     OUTPUT_YY1079_DYNAMIC_RANGE = 10000 /**< dynamic range ramp of YY 1079, -300 mV to 300 mV */
 } OutputFunction_E;
 

@@ -23,6 +23,8 @@ thread_local int t_exchangeDepth = 0;
 enum class LineState { kNotTaken, kGranted, kGivenUp };
 thread_local LineState t_line = LineState::kNotTaken;
 
+std::atomic<int> s_callsInside{0};
+
 // A thread wants the line for a packet, and has got it.
 Shared<bool> s_ownerWaits = false;
 CManualResetEvent s_ownerPassed(false);
@@ -84,6 +86,7 @@ void ResumePollingThread() { g_hPollingEvent.SetEvent(); }
 
 CApiLock::CApiLock() NO_THREAD_SAFETY_ANALYSIS
 {
+    s_callsInside.fetch_add(1);
     if (t_interruptDepth > 0 && t_apiDepth == 0) {
         taken_ = g_APICriticalSection.TryLock();
     } else {
@@ -95,10 +98,14 @@ CApiLock::CApiLock() NO_THREAD_SAFETY_ANALYSIS
 
 CApiLock::~CApiLock() NO_THREAD_SAFETY_ANALYSIS
 {
-    if (!taken_) return;
-    --t_apiDepth;
-    g_APICriticalSection.Unlock();
+    if (taken_) {
+        --t_apiDepth;
+        g_APICriticalSection.Unlock();
+    }
+    s_callsInside.fetch_sub(1);
 }
+
+int CApiLock::CallsInside() { return s_callsInside.load(); }
 
 bool CApiLock::IsHeldByThisThread() { return t_apiDepth > 0; }
 

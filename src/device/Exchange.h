@@ -39,6 +39,8 @@ public:
     CApiLock& operator=(const CApiLock&) = delete;
 
     static bool IsHeldByThisThread();
+    // How many calls hold the lock or wait for it.
+    static int CallsInside();
 
 private:
     bool taken_;

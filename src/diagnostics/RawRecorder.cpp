@@ -65,6 +65,7 @@ int DumpRawData(const double* values, int count, const char* path)
         // The file is left open and partly written then, kept so.
         if (std::fprintf(file, "%.3f\n", values[i]) < 0) return kCannotWrite;
     }
+    if (std::fflush(file) != 0) return kCannotWrite;
     std::fclose(file);
     return kWritten;
 }

@@ -77,8 +77,7 @@ std::vector<std::string> ListedInMap()
 Names AsSet(const std::vector<std::string>& names) { return {names.begin(), names.end()}; }
 
 // The dynamic symbols and the SONAME of a 64-bit shared object.
-class SharedObject
-{
+class SharedObject {
 public:
     explicit SharedObject(const char* path) : image_(ReadFile(path))
     {

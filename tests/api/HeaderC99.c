@@ -19,7 +19,10 @@ extern const HeaderEntry g_headerC99[];
 extern const size_t g_headerC99Size;
 #endif
 
-#define ENTRY(function) {#function, (HeaderFunction)function}
+#define ENTRY(function)                     \
+    {                                       \
+#function, (HeaderFunction)function \
+    }
 
 const HeaderEntry HEADER_TABLE[] = {
     ENTRY(VRAXInit),

@@ -141,6 +141,7 @@ TEST(Exchange, NothingIsRetried)
 TEST(Exchange, ALateReplyIsNotTakenForTheNextOne)
 {
     COpenInstrument opened;
+    g_nDeviceReadTimeout = 100u;
     instrument::Fault late = FaultOn(Request::UsbVoltage, FaultKind::LateReply);
     late.delay = Milliseconds(200);
     opened.device.Inject(late);

@@ -60,9 +60,12 @@ void ExpectSame(const std::vector<Bytes>& came, const std::vector<Bytes>& expect
     EXPECT_EQ(came.size(), expected.size());
 }
 
+constexpr unsigned kPatientMs = 1000;
+
 void ExpectConnectionSends(const Options& options, const std::vector<Bytes>& expected)
 {
     SimulatedInstrument instrument(options);
+    SetDeviceTimeoutSetting(kPatientMs, kPatientMs);  // hundreds of replies on a busy machine
     CConnectedHost host;
     ExpectSame(Requests(instrument.Exchanges()), expected);
     ExpectNoRefusals(instrument);

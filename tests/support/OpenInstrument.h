@@ -11,6 +11,9 @@ class COpenInstrument {
 public:
     explicit COpenInstrument(const instrument::Options& options = {}) : device(options)
     {
+        // Records are hundreds of replies; on a busy machine one of them may be late.
+        g_nDeviceReadTimeout = kPatientMs;
+        g_nDeviceWriteTimeout = kPatientMs;
         if (DoFindDevice(options.port) != 1) throw std::runtime_error("the port was not opened");
         device.ClearExchanges();
     }
@@ -27,6 +30,9 @@ public:
     }
 
     instrument::SimulatedInstrument device;
+
+private:
+    static constexpr unsigned kPatientMs = 600;
 };
 
 // A fault that hits the next request of a kind.
