@@ -698,8 +698,8 @@ VRAX_API void VRAXResetEx(void);
 /**
  * Sets the height of the signal.
  *
- * Test signals take it peak to peak, ECG signals as the height of the R wave. Takes effect with
- * the next cycle. While the dynamic range test is on, the height is reduced, and the stored value
+ * Peak to peak. In #OUTPUT_ECG and #OUTPUT_CUSTOM_ECG it is that of the QRS complex: the R wave
+ * stands 7/8 of it above the baseline, the S wave 1/8 below. Takes effect with the next cycle. While the dynamic range test is on, the height is reduced, and the stored value
  * with it, so that signal and overlay together stay within 20 mV.
  *
  * Logged as "VRAXSetAmplitude(1.00);".

@@ -39,7 +39,7 @@ protected:
     }
 
     SimulatedInstrument instrument_{KeepingSamples()};
-    CConnectedHost host_;
+    CConnectedHost host_{kPatientMs};
 };
 
 }  // namespace

@@ -60,13 +60,10 @@ void ExpectSame(const std::vector<Bytes>& came, const std::vector<Bytes>& expect
     EXPECT_EQ(came.size(), expected.size());
 }
 
-constexpr unsigned kPatientMs = 1000;
-
 void ExpectConnectionSends(const Options& options, const std::vector<Bytes>& expected)
 {
     SimulatedInstrument instrument(options);
-    SetDeviceTimeoutSetting(kPatientMs, kPatientMs);  // hundreds of replies on a busy machine
-    CConnectedHost host;
+    CConnectedHost host(kPatientMs);
     ExpectSame(Requests(instrument.Exchanges()), expected);
     ExpectNoRefusals(instrument);
 }
@@ -149,7 +146,7 @@ TEST(ConnectionSequence, TakesTheTableFromTheFileOnceItWasRead)
         words[i] = static_cast<std::uint16_t>(16 * i + 500);
     }
     instrument.ProgramDcTable(words);
-    CHost host;
+    CHost host(kPatientMs);
     ASSERT_TRUE(VRAXConnect(0, kConnectMs));
     VRAXFree();
     instrument.ClearExchanges();
@@ -165,7 +162,7 @@ TEST(ConnectionSequence, KeepsTheTransmissionRatesThatTheModuleHasAcknowledged)
     Options options;
     options.ppgModel = 0x3407;
     SimulatedInstrument instrument(options);
-    CHost host;
+    CHost host(kPatientMs);
     ASSERT_TRUE(VRAXConnect(0, kConnectMs));
     EXPECT_EQ(instrument.Exchanges(Request::SettingWrite).size(), 4U);
     VRAXFree();
@@ -179,7 +176,7 @@ TEST(ConnectionSequence, KeepsTheTransmissionRatesThatTheModuleHasAcknowledged)
 TEST(ConnectionSequence, OfTheSecondConnectionSendsTheRelaysAgain)
 {
     SimulatedInstrument instrument(0);
-    CConnectedHost host;
+    CConnectedHost host(kPatientMs);
     ASSERT_EQ(instrument.Relays().commands, 1U);
     instrument.Unplug();
     ASSERT_TRUE(Listener::WaitFor(false));
@@ -194,7 +191,7 @@ TEST(ConnectionSequence, PresencesOfAModuleAreTold)
     Options options;
     options.ppgModel = 0x3407;
     SimulatedInstrument instrument(options);
-    CConnectedHost host;
+    CConnectedHost host(kPatientMs);
     EXPECT_TRUE(VRAXIsPPGConnected());
     MODEL_INFORMATION info;
     ASSERT_TRUE(VRAXGetPPGDeviceInformation(&info));

@@ -70,7 +70,7 @@ TEST(ManyThreads, CallEverySetterAndGetterWhileASignalPlays)
     Options options;
     options.pace = kSlowdown > 1 ? Pace::RealTime : Pace::Fast;
     SimulatedInstrument instrument(options);
-    CConnectedHost host;
+    CConnectedHost host(kPatientMs);
     ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_ECG), 0);
     ASSERT_TRUE(instrument.WaitForPackets(1));
     CallInThreads(EveryParameter, kRounds);
@@ -90,7 +90,7 @@ TEST(ManyThreads, SwitchTheOutputOnAndOff)
     options.pace = kSlowdown > 1 ? Pace::RealTime : Pace::Fast;
     options.keepStreamExchanges = true;
     SimulatedInstrument instrument(options);
-    CConnectedHost host;
+    CConnectedHost host(kPatientMs);
     CallInThreads(OutputSetters, 1);
 
     EXPECT_EQ(VRAXSetBaselineResetTest(0), 0);
@@ -116,7 +116,7 @@ TEST(ManyThreads, CallEverySetterAndGetterWithoutAnInstrument)
 TEST(ManyThreads, CallEverySetterAndGetterWhileTheInstrumentComesAndGoes)
 {
     SimulatedInstrument instrument(RealTime());
-    CConnectedHost host;
+    CConnectedHost host(kPatientMs);
     ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_ECG), 0);
     ASSERT_TRUE(instrument.WaitForPackets(1));
     CCall<int> plugs([&instrument] {

@@ -79,7 +79,7 @@ protected:
     Wire() { instrument_.ClearExchanges(); }
 
     SimulatedInstrument instrument_{KeepingEverything()};
-    CConnectedHost host_;
+    CConnectedHost host_{kPatientMs};
 };
 
 }  // namespace
@@ -214,7 +214,7 @@ TEST(WireWithModule, EveryOperateModeIsTheOneOfTheRelayCommand)
     Options options = RealTime();
     options.respirationModule = true;
     SimulatedInstrument instrument(options);
-    CConnectedHost host;
+    CConnectedHost host(kPatientMs);
     ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_ECG), 0);
     ASSERT_TRUE(instrument.WaitForPackets(3));
     ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_OFF), 0);

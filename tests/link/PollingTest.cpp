@@ -74,6 +74,22 @@ INSTANTIATE_TEST_SUITE_P(Polling, BadReply,
                              return parameter.param == FaultKind::ShortReply ? "Short" : "Late";
                          });
 
+// It comes while the next command waits for its own.
+TEST(Polling, LateReplyIsNotTakenForThatOfTheNextCommand)
+{
+    SimulatedInstrument instrument(0);
+    CConnectedHost host;
+    Fault fault = MakeFault(FaultKind::LateReply, Request::UsbVoltage);
+    fault.delay = Milliseconds(150);
+    instrument.Inject(fault);
+    EXPECT_EQ(VRAXGetUSBBusVoltage(), 0U);
+    Measurements measurements = instrument.GetMeasurements();
+    measurements.usbVoltage = 99;
+    instrument.SetMeasurements(measurements);
+    EXPECT_EQ(VRAXGetUSBBusVoltage(), 99U);
+    EXPECT_EQ(VRAXGetUSBBusVoltage(), 99U);
+}
+
 TEST(Polling, IdleConnectionSendsNothing)
 {
     SimulatedInstrument instrument(0);

@@ -216,12 +216,15 @@ TEST(Flash, EveryChannelHasItsNumber)
 TEST(Flash, NothingToTransferSendsNothing)
 {
     COpenInstrument opened;
-    Bytes none;
-    Words noWords;
-    EXPECT_TRUE(ReadBytes(StorageChannel::kECGBoard, 0, none));
-    EXPECT_TRUE(WriteBytes(StorageChannel::kECGBoard, 0, none));
-    EXPECT_TRUE(ReadWords(StorageChannel::kECGBoard, 0, noWords));
-    EXPECT_TRUE(WriteWords(StorageChannel::kECGBoard, 0, noWords));
+    std::uint8_t bytes[1] = {0xEE};
+    std::uint16_t words[1] = {0xEEEE};
+    CExchange line;
+    EXPECT_TRUE(FlashRead(StorageChannel::kECGBoard, 0, bytes, 0));
+    EXPECT_TRUE(FlashWrite(StorageChannel::kECGBoard, 0, bytes, 0));
+    EXPECT_TRUE(DoReadFlash(0, StorageChannel::kECGBoard, words, 0));
+    EXPECT_TRUE(DoWriteFlash(0, StorageChannel::kECGBoard, words, 0));
+    EXPECT_EQ(bytes[0], 0xEE);
+    EXPECT_EQ(words[0], 0xEEEE);
     EXPECT_TRUE(opened.device.Exchanges().empty());
 }
 

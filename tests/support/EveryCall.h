@@ -63,7 +63,7 @@ inline Calls FlagSetters(int value)
         [=] { VRAXSetSampleRate(20000); },
         [=] { VRAXConfigureTransmissionRate(value % 6); },
         [=] { VRAXEnableFPGASampling(on); },
-        [=] { SetDeviceTimeoutSetting(100, 200); },
+        [=] { SetDeviceTimeoutSetting(1000, 200); },
     };
 }
 

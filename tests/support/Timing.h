@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 #include <vector>
 
 #include "instrument/SimulatedInstrument.h"
@@ -44,7 +45,7 @@ inline double MedianArrivalGapMs(const std::vector<instrument::Exchange>& exchan
     for (std::size_t i = 1; i < exchanges.size(); ++i) {
         gaps.push_back(MsBetween(exchanges[i - 1].arrived, exchanges[i].arrived));
     }
-    return MedianMs(gaps);
+    return MedianMs(std::move(gaps));
 }
 
 // Between a reply and the next request.
@@ -54,5 +55,5 @@ inline double MedianGapAfterReplyMs(const std::vector<instrument::Exchange>& exc
     for (std::size_t i = 1; i < exchanges.size(); ++i) {
         gaps.push_back(MsBetween(exchanges[i - 1].replied, exchanges[i].arrived));
     }
-    return MedianMs(gaps);
+    return MedianMs(std::move(gaps));
 }
