@@ -264,7 +264,8 @@ TEST(Stream, OffBeforeTheFirstPacketEndsTheRun)
 {
     SimulatedInstrument instrument(RealTime());
     CConnectedHost host;
-    const VRAXSynchronizationSignal signal = VRAXCreateSynchronizationSignal();
+    // Lives as long as the process, as there is no call that frees it.
+    static const VRAXSynchronizationSignal signal = VRAXCreateSynchronizationSignal();
     ASSERT_NE(signal, nullptr);
     VRAXSetSynchronizationSignal(signal);
     ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_SINE), 0);
