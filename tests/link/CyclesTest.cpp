@@ -84,7 +84,7 @@ TEST(Cycles, OfRunsWithoutAnInstrumentLeaveNothingBehind)
 TEST(Cycles, OfPlugAndUnplugLeaveNothingBehind)
 {
     SimulatedInstrument instrument(QuickToConnect());
-    CConnectedHost host(kPatientMs);
+    CConnectedHost host(300);
     ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_OFF), 0);
     const Resources before;
     for (int i = 1; i <= kCycles; ++i) {
