@@ -38,8 +38,8 @@ void QuietLine()
 {
     PausePollingThread();
     usleep(kPauseUs);
-    // The reply to the last packet of a run that is ending, and whatever came unasked, is not the
-    // reply to the command that follows.
+    // The reply to the last packet of a run that is ending, or to a command that got none in time,
+    // and whatever came unasked, is not the reply to the command that follows.
     CAutoCriticalSection lock(g_AccessCriticalSection);
     if (s_bReplyPending) {
         unsigned char reply[kReplyBytes];
@@ -206,5 +206,9 @@ bool SendRequest(const std::uint8_t* request, unsigned length)
 bool ReceiveReply(std::uint8_t* reply, unsigned length)
 {
     std::memset(reply, 0, length);
-    return t_line == LineState::kGranted && DeviceReadData(reply, length) == length;
+    if (t_line != LineState::kGranted) return false;
+    const bool complete = DeviceReadData(reply, length) == length;
+    // The reply may still come: it is read away before the next command goes out.
+    if (!complete && !s_ECGGoing) s_bReplyPending = true;
+    return complete;
 }

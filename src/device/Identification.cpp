@@ -163,7 +163,9 @@ bool DrainPort()
 {
     unsigned char block[kReplyBytes];
     for (unsigned i = 0; i < kMaxDrainedBlocks; ++i) {
-        if (DeviceReadData(block, sizeof block) == 0) return true;
+        if (DeviceReadData(block, sizeof block) != 0) continue;
+        s_bReplyPending = false;  // nothing more comes
+        return true;
     }
     return false;
 }

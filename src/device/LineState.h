@@ -13,7 +13,7 @@ extern Shared<bool> s_ECGGoing;
 // Photodiode sampling is running. Written by the PPG sensor calls.
 extern Shared<bool> g_PPG_PDSamplingRunning;
 
-// A data packet was written and its reply is not read yet. Touched under g_AccessCriticalSection
+// A data packet was written and its reply is not read yet, or a command got none in time. Touched under g_AccessCriticalSection
 // by whoever reads the reply.
 extern Shared<bool> s_bReplyPending;
 
