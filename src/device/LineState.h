@@ -13,8 +13,8 @@ extern Shared<bool> s_ECGGoing;
 // Photodiode sampling is running. Written by the PPG sensor calls.
 extern Shared<bool> g_PPG_PDSamplingRunning;
 
-// A data packet was written and its reply is not read yet, or a command got none in time. Touched under g_AccessCriticalSection
-// by whoever reads the reply.
+// A data packet was written and its reply is not read yet, or a command got none in time. Touched
+// under g_AccessCriticalSection by whoever reads the reply.
 extern Shared<bool> s_bReplyPending;
 
 // Held while a packet is built: whoever takes it replaces what the samples are computed from, or
