@@ -1,0 +1,41 @@
+// What the four tables hold: shapes, the names of their rows and where the samples come from.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+using Samples = std::vector<std::int32_t>;  // uV
+
+struct NamedSamples {
+    std::string name;
+    Samples microvolts;
+};
+
+struct Ec13Row {
+    const char* record;
+    std::size_t samples;
+};
+inline constexpr Ec13Row kEc13Rows[] = {
+    {"aami3a", 43081},   {"aami3b", 43142},   {"aami3c", 43144},   {"aami3d", 34511},
+    {"aami4a", 65211},   {"aami4a_d", 65214}, {"aami4a_h", 65207}, {"aami4b", 65238},
+    {"aami4b_d", 65239}, {"aami4b_h", 65237},
+};
+inline constexpr double kEc13RateHz = 720.0;
+inline constexpr std::size_t kEc13RowSamples = 66000;
+
+inline constexpr const char* kNoiseRecordNames[] = {"ma", "em", "bw"};
+
+// The rows of a table in their order, without the zeros that fill up a row. These throw a
+// TableError when a file is missing or is not what the table needs.
+std::vector<NamedSamples> Ec13FromRecords(const std::filesystem::path& folder);
+std::vector<NamedSamples> Ec13FromDescriptions(const std::filesystem::path& folder);
+std::vector<NamedSamples> NoiseFromRecords(const std::filesystem::path& folder);
+std::vector<NamedSamples> NoiseFromDescription(const std::filesystem::path& file);
+std::vector<NamedSamples> CalFromDescription(const std::filesystem::path& file);
+std::vector<NamedSamples> AneFromDescription(const std::filesystem::path& file);
+
+// All rows one after the other; rows shorter than `rowSamples` end with zeros.
+Samples JoinRows(const std::vector<NamedSamples>& rows, std::size_t rowSamples);
