@@ -1,9 +1,11 @@
-// Building packets, without a thread or a port: samples a second for each output function and each
-// packet layout, and how many times faster than the stream plays them. One iteration is one packet,
-// its zeroing included, as the run builds it. Rates are those of the thread's CPU time.
+// Building packets, without a thread or a port: samples a second for each output function, each
+// packet layout and each addition to the beat, and how many times faster than the stream plays them.
+// One iteration is one packet, its zeroing included, as the run builds it. Rates are those of the
+// thread's CPU time. `first/` is the wall time of a first packet: only the first repetition counts.
 
 #include <benchmark/benchmark.h>
 
+#include <chrono>
 #include <cmath>
 #include <cstring>
 #include <string>
@@ -17,6 +19,7 @@
 #include "synthesis/Parameters.h"
 #include "synthesis/PlayClock.h"
 #include "synthesis/Relays.h"
+#include "synthesis/TestSignals.h"
 #include "vrax.h"
 
 namespace {
@@ -25,6 +28,9 @@ constexpr double kStartSeconds = 20.0;  // the input dynamic range rests before
 constexpr double kEndSeconds = 1220.0;  // and after
 constexpr int kRecordRate = 500;
 constexpr int kRecordSeconds = 10;
+constexpr int kHourLongPattern = 4;
+constexpr std::size_t kPacketsPerRecording = 1000;
+constexpr std::size_t kSamplesPerPacket = 14 * kFramesPerPacket;
 constexpr double kTwoPi = 6.283185307179586;
 
 struct Signal {
@@ -70,6 +76,28 @@ constexpr Layout kLayouts[] = {
     {"ecg_and_2_ppg", Accessory::kPPG, kModeECG | kModePPG1 | kModePPG2, 2},
     {"ecg_and_3_ppg", Accessory::kPPG, kModeECG | kModePPG1 | kModePPG2 | kModePPG3, 3},
     {"ecg_and_respiration", Accessory::kRespiration, kModeECG | kModeRespiration, 0},
+};
+
+// What can be added to the beat.
+enum Addition : unsigned {
+    kNoAddition = 0,
+    kMains = 1,
+    kDrift = 2,
+    kNoiseStress = 4,
+    kPacing = 8,
+    kRecording = 16,
+    kGraph = 32,
+    kAllAdditions = 63,
+};
+
+struct AdditionName {
+    unsigned additions;
+    const char* name;
+};
+
+constexpr AdditionName kAdditions[] = {
+    {kNoAddition, "none"},   {kMains, "mains"},         {kDrift, "drift"}, {kPacing, "pacing"},
+    {kNoiseStress, "noise"}, {kRecording, "recording"}, {kGraph, "graph"}, {kAllAdditions, "all"},
 };
 
 void LoadRecord()
@@ -139,6 +167,64 @@ void BuildPackets(benchmark::State& state, const Signal& signal, const Layout& l
     state.counters["times_real_time"] =
         benchmark::Counter(samples / _GetSampleRate(), benchmark::Counter::kIsRate);
 }
+void SetUpAdditions(unsigned additions)
+{
+    g_MainNoise = (additions & kMains) != 0 ? 1 : 0;
+    g_MainsNoiseAmp = 0.1;
+    g_AAMIDriftTest = (additions & kDrift) != 0;
+    s_NST_Noise = (additions & kNoiseStress) != 0 ? 1 : 0;
+    g_PA = (additions & kPacing) != 0 ? 5.0 : 0.0;
+    g_PacingPulse = 1;  // two checks a sample
+    g_PacingOvershootTC = 20u;
+    g_POA = 0.5;
+    const bool draws = (additions & kGraph) != 0;  // every sample
+    VRAXOutputSignalCallback draw = [](double, double mv) { benchmark::DoNotOptimize(mv); };
+    VRAXRegisterOutputSignalCallback(draws ? draw : nullptr, 1);
+}
+
+// The beat with additions; a recording starts anew before its buffers are full.
+void BuildWithAdditions(benchmark::State& state, unsigned additions)
+{
+    SetUpLayout(kLayouts[0]);
+    SetUpAdditions(additions);
+    StartSignal({OUTPUT_ECG, "", 1.0});
+    std::vector<double> ac(kPacketsPerRecording * kSamplesPerPacket);
+    std::vector<double> dc(ac.size());
+    unsigned char packet[kPacketBytes];
+    std::size_t packets = 0;
+    for (auto _ : state) {
+        if ((additions & kRecording) != 0 && packets++ % kPacketsPerRecording == 0) {
+            DisableRecordRaw();
+            EnableRecordRaw(ac.data(), dc.data(), static_cast<int>(ac.size()));
+        }
+        std::memset(packet, 0, sizeof packet);
+        DoSendNextPacket(packet);
+        benchmark::DoNotOptimize(packet);
+        benchmark::ClobberMemory();
+    }
+    DisableRecordRaw();
+    SetUpAdditions(kNoAddition);
+    const double samples = static_cast<double>(state.iterations()) * kSamplesPerPacket;
+    state.counters["samples_per_second"] = benchmark::Counter(samples, benchmark::Counter::kIsRate);
+    state.counters["times_real_time"] =
+        benchmark::Counter(samples / _GetSampleRate(), benchmark::Counter::kIsRate);
+}
+
+// The pattern is made with its first sample.
+void BuildFirstPacket(benchmark::State& state)
+{
+    SetUpLayout(kLayouts[0]);
+    SpecialWaveFormNo = kHourLongPattern;
+    StartSignal({OUTPUT_IEC247, "", 1.0});
+    unsigned char packet[kPacketBytes] = {};
+    for (auto _ : state) {
+        const auto start = std::chrono::steady_clock::now();
+        DoSendNextPacket(packet);
+        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+        state.SetIterationTime(taken.count());
+    }
+    SpecialWaveFormNo = 0;
+}
 }  // namespace
 
 int main(int argc, char** argv)
@@ -154,6 +240,14 @@ int main(int argc, char** argv)
         benchmark::RegisterBenchmark((std::string("layout/") + layout.name).c_str(), BuildPackets,
                                      beat, layout);
     }
+    for (const AdditionName& addition : kAdditions) {
+        benchmark::RegisterBenchmark((std::string("addition/") + addition.name).c_str(),
+                                     BuildWithAdditions, addition.additions);
+    }
+    benchmark::RegisterBenchmark("first/hour_long_pattern", BuildFirstPacket)
+        ->UseManualTime()
+        ->Iterations(1)
+        ->Unit(benchmark::kMillisecond);
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
     benchmark::RunSpecifiedBenchmarks();

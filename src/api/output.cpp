@@ -13,6 +13,7 @@
 #include "synthesis/Protocol.h"
 #include "synthesis/Relays.h"
 #include "synthesis/Respiration.h"
+#include "synthesis/TestSignals.h"
 #include "vrax.h"
 
 namespace {
@@ -95,6 +96,8 @@ void _ResetVRAX(bool clearLeads)
     CApiLock lock;
     SpecialWaveFormNo = 0;
     ANE20000ChannelNo = 0;
+    s_NST_Noise = 0;
+    s_NST_gain = 1.0;
     _ResetPPG();
     if (clearLeads) SetAllOutputLead(0);
     s_loopPlay = true;

@@ -7,8 +7,10 @@
 #include "ppg/Channels.h"
 #include "respiration/ExternalModule.h"
 #include "streaming/Change.h"
+#include "streaming/Playback.h"
 #include "synthesis/Parameters.h"
 #include "synthesis/Relays.h"
+#include "synthesis/TestSignals.h"
 #include "vrax.h"
 
 namespace {
@@ -253,6 +255,16 @@ int VRAXSetECG2_27_Noise(int freq, double amp)
 }
 int VRAXGetECG2_27_NoiseFreq(void) { return g_MainNoise; }
 double VRAXGetECG2_27_NoiseAmp(void) { return ReadLocked(g_MainsNoiseAmp); }
+
+int VRAXSetNSTNoise(int record, double gain)
+{
+    CApiLock lock;
+    if (s_ECGGoing || IsRunGoing()) return kNoDevice;
+    if (IsOutside(gain, 0.1, 10.0)) return kOutOfRange;
+    s_NST_Noise = record;
+    s_NST_gain = gain;
+    return kOk;
+}
 
 int VRAXSetECG2_27_AAMIDriftTest(bool on) { return kDriftTest.Set(on); }
 bool VRAXGetECG2_27_AAMIDriftTest(void) { return ReadLocked(g_AAMIDriftTest); }

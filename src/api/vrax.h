@@ -1004,6 +1004,128 @@ VRAX_API int VRAXGetANE20000Lead(void);
 /** @} */
 
 /**
+ * @defgroup waveforms Built-in waveforms
+ *
+ * The samples behind #OUTPUT_IEC227, #OUTPUT_IEC251 and #OUTPUT_IEC247. Whether a build holds the
+ * public records or likenesses of them is told in `docs/tables.md`. None of these calls is logged;
+ * but for VRAXSetSpecialWaveformLoop() none takes a lock, and they may be used on any thread.
+ * @{
+ */
+
+/**
+ * Chooses whether the built-in waveforms repeat or play once. Takes effect at once. One that plays
+ * once tells the listener of RegisterStandardWaveformCB() at its end and switches the output off.
+ *
+ * @param loop  0 once, anything else repeats; on at load and after a reset
+ */
+VRAX_API void VRAXSetSpecialWaveformLoop(int loop);
+
+/**
+ * @param      n      0 to 9: AAMI EC13 3A, 3B, 3C, 3D, 4A, 4A x2, 4A /2, 4B, 4B x2, 4B /2, which are
+ *                    IEC 60601-2-27 A1 to A4, B1 and B2
+ * @param[out] count  samples, 34511 to 65239; 0 for another number
+ * @param[out] rate   720 samples per second; 0 for another number
+ * @return  the samples in microvolts, constant data of the library; null for another number or
+ *          when `count` or `rate` is null
+ */
+VRAX_API const int* GetSpecialWave227Array(int n, unsigned* count, unsigned* rate);
+
+/**
+ * @param      n      0 to 15: CAL05000, CAL10000, CAL15000, CAL20000, CAL30000, CAL50000, CAL20002,
+ *                    CAL20100, CAL20110, CAL20160, CAL20200, CAL20210, CAL20260, CAL20500, CAL20502,
+ *                    CAL40000
+ * @param[out] count  1000 samples; 0 for another number
+ * @param[out] rate   1000 samples per second; 0 for another number
+ * @return  the samples in microvolts, constant data of the library; null for another number or
+ *          when `count` or `rate` is null
+ */
+VRAX_API const int* GetSpecialWave251Array(int n, unsigned* count, unsigned* rate);
+
+/**
+ * The heart-rate variability patterns of IEC 60601-2-47, made when they are first asked for.
+ *
+ * @param      n      0 to 4: test patterns 1 to 5
+ * @param[out] count  60000, 3996, 9972, 29874 or 3599521 samples; 0 for another number
+ * @param[out] rate   1000 samples per second; 0 for another number
+ * @return  the samples in millivolts, kept until the library is unloaded; null for another number
+ *          or when `count` or `rate` is null
+ */
+VRAX_API const double* GetSpecialWave247Array(int n, unsigned* count, unsigned* rate);
+
+/**
+ * @param n  pattern of IEC 60601-2-47, 0 to 4
+ * @return  its mean interval between beats in seconds; 0 for another number
+ */
+VRAX_API double GetRRAvg(int n);
+
+/**
+ * @param n  pattern of IEC 60601-2-47, 0 to 4
+ * @return  the amplitude in seconds by which the interval varies; 0 for another number
+ */
+VRAX_API double GetRRDev(int n);
+
+/**
+ * @param n  pattern of IEC 60601-2-47, 0 to 4
+ * @return  the frequency in hertz at which the interval varies; 0 for another number
+ */
+VRAX_API double GetHRVFreq(int n);
+
+/**
+ * @param n  pattern of IEC 60601-2-47, 0 to 4
+ * @param t  seconds from 0 on; the pattern repeats
+ * @return  millivolts; 0 for another number or a negative time
+ */
+VRAX_API double GetIEC47RawPoint(int n, double t);
+
+/**
+ * Writes a waveform of IEC 60601-2-27 as text, in the layout of DumpStandardWaveform().
+ *
+ * @param n     0 to 9, see GetSpecialWave227Array()
+ * @param path  the file, replaced when it exists
+ * @retval  0  written
+ * @retval -3  the file cannot be opened, or `n` names no waveform (then no file is touched)
+ * @retval -6  a line could not be written; the file stays, partly written
+ */
+VRAX_API int DumpIEC227Waveform(unsigned n, const char* path);
+
+/**
+ * Writes a CAL waveform as text, in the layout of DumpStandardWaveform().
+ *
+ * @param n     0 to 15, see GetSpecialWave251Array()
+ * @param path  the file, replaced when it exists
+ * @return  as DumpIEC227Waveform()
+ */
+VRAX_API int DumpIEC251Waveform(unsigned n, const char* path);
+
+/**
+ * Writes a pattern of IEC 60601-2-47 as text, in the layout of DumpStandardWaveform(), cut to whole
+ * microvolts toward zero.
+ *
+ * @param n     0 to 4, see GetSpecialWave247Array()
+ * @param path  the file, replaced when it exists
+ * @return  as DumpIEC227Waveform()
+ */
+VRAX_API int DumpIEC247Waveform(unsigned n, const char* path);
+
+/**
+ * Writes samples as text: lines with the rate, the number of samples, the number of channels (1)
+ * and the name, then a sample a line in millivolts with three decimals.
+ *
+ * @param samples  microvolts; null is allowed when `count` is 0 or less
+ * @param count    number of samples
+ * @param rate     samples per second
+ * @param name     of the channel
+ * @param path     the file, UTF-8, replaced when it exists
+ * @retval  0  written
+ * @retval -3  the file cannot be opened, or a needed pointer is null
+ * @retval -6  a line could not be written; the file stays, partly written
+ */
+VRAX_API int DumpStandardWaveform(const int* samples, int count, int rate, const char* name,
+                                  const char* path);
+
+/** @} */
+
+/**
  * @defgroup pacing Pacing
  *
  * The instrument makes the pacemaker pulses itself, from an amplitude and a length that are sent to
@@ -1182,6 +1304,19 @@ VRAX_API int VRAXGetECG2_27_NoiseFreq(void);
 VRAX_API double VRAXGetECG2_27_NoiseAmp(void);
 
 /**
+ * Adds a noise-stress record to every output function: electrode motion, baseline wander or muscle
+ * artefact. It repeats after some 1805 s. Not logged.
+ *
+ * @param record  0 none, 1 electrode motion (em), 2 baseline wander (bw), 3 muscle artefact (ma);
+ *                other numbers are stored and add nothing. None after a reset.
+ * @param gain    factor, 0.1 to 10; 1 after a reset
+ * @retval  0  stored, with or without an instrument
+ * @retval -1  refused while a signal plays
+ * @retval -2  gain out of range
+ */
+VRAX_API int VRAXSetNSTNoise(int record, double gain);
+
+/**
  * Adds the AAMI baseline drift, a slow triangle, to #OUTPUT_ECG and #OUTPUT_CUSTOM_ECG. Takes
  * effect at once.
  *
@@ -1304,6 +1439,49 @@ VRAX_API int VRAXSetFrequencyScanECG(bool on);
 
 /** @return  whether an ECG scan is selected */
 VRAX_API bool VRAXGetFrequencyScanECG(void);
+
+/** @} */
+
+/**
+ * @defgroup electrodes Lead-off and right-leg drive
+ *
+ * Bits of the instrument's relay word. They hold until the library next sends its relays: with a
+ * change of leads, offset or impedance, and when a signal is selected or ends. While a signal plays
+ * these calls wait for a gap between two packets.
+ * @{
+ */
+
+/**
+ * Simulates a lead-off condition, together with the present output leads.
+ *
+ * Logged as "VRAXSetLeadOff(1);".
+ *
+ * @param mode  0: none (bits 11 and 13 off); 1: bits 13 and 14; 2: bit 13 without 14; 3: bit 11 in
+ *              addition to what is set
+ * @retval 1  the instrument answered
+ * @retval 0  no instrument, another mode (nothing is sent or logged then), or no answer
+ */
+VRAX_API int VRAXSetLeadOff(int mode);
+
+/**
+ * Switches the measurement of the right-leg drive on or off.
+ *
+ * Logged as "VRAXMeasureRLD(true);".
+ *
+ * @retval 1  acknowledged by the instrument
+ * @retval 0  no instrument (nothing is logged then), or no acknowledgement
+ */
+VRAX_API int VRAXMeasureRLD(bool on);
+
+/**
+ * Reads both values of the right-leg drive measurement. Not logged.
+ *
+ * @param[out] first   volts, 0 to 3.3: 10-bit counts times 3.3 / 1023
+ * @param[out] second  likewise
+ * @retval 1  read
+ * @retval 0  no instrument, a null pointer, or no acknowledgement; nothing is stored
+ */
+VRAX_API int VRAXReadRLD(double* first, double* second);
 
 /** @} */
 

@@ -1,5 +1,6 @@
 #include "synthesis/BeatModel.h"
 
+#include "sources/HeartRatePatterns.h"
 #include "sources/RawArray.h"
 #include "sources/StandardWaveforms.h"
 #include "synthesis/Numbers.h"

@@ -36,6 +36,7 @@ struct CycleQuantities {
 
     // Pacing.
     int s_PulsesRequired = 0;
+    double secondPulseLead = 0.0;         // of the other pulse of a double one, s; 0: none
     double s_PacDelayTP = 0.0;            // s
     double s_OTC = 0.0;                   // overshoot time constant, s
     double s_pp = 1.0;                    // pacing period, s

@@ -9,6 +9,7 @@
 #include "synthesis/PlayClock.h"
 #include "synthesis/Respiration.h"
 #include "synthesis/TestSignals.h"
+#include "vrax.h"
 
 namespace {
 constexpr double kDecaySeconds = 0.05;
@@ -188,7 +189,7 @@ double MainFunctionVoltage(int function, CycleQuantities& c, const SamplePositio
             return AdvanceInputDynamicRange(c, position.s_t, RateAt(position));
         case OUTPUT_IEC247:
             CheckLoop(s_loopPlay, c, position);
-            return IEC247Voltage(SpecialWaveFormNo, t);
+            return GetIEC47RawPoint(SpecialWaveFormNo, t);
         case OUTPUT_ANE20000:
             CheckLoop(s_loopPlay, c, position);
             return ANE20000Voltage(ANE20000ChannelNo, t) + VoltageNoiseAt(position.s_t);

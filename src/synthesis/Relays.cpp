@@ -40,12 +40,6 @@ bool s_anyCommandSent GUARDED_BY(g_InterruptCriticalSection) = false;
 
 void Set(std::uint32_t& word, std::uint32_t bit, bool on) { word = on ? word | bit : word & ~bit; }
 
-std::uint32_t LeadBits()
-{
-    const std::uint32_t leads = g_OutputLead;
-    return (leads & kFirstLeads) << kFirstLeadBit | (leads >> kLastLeads & 3u) << kLead7Bit;
-}
-
 std::uint32_t BuildRelayWord(bool force)
 {
     const bool active = s_ECGGoing || force;
@@ -72,7 +66,7 @@ std::uint32_t BuildRelayWord(bool force)
         Set(word, kRespirationOn, respiration);
         Set(word, kModuleOn, respiration);
     }
-    return word | LeadBits();
+    return word | OutputLeadBits();
 }
 
 // The channels of a PPG module, by the LED type of each of its positions.
@@ -132,6 +126,12 @@ void BuildCommand(std::uint8_t (&command)[kCommandBytes])
     command[13] = g_ACCalMode[0];
 }
 }  // namespace
+
+std::uint32_t OutputLeadBits()
+{
+    const std::uint32_t leads = g_OutputLead;
+    return (leads & kFirstLeads) << kFirstLeadBit | (leads >> kLastLeads & 3u) << kLead7Bit;
+}
 
 void SetRelays(bool force)
 {

@@ -8,6 +8,9 @@
 // 24 bits. Rebuilt from zero by every SetRelays.
 extern Shared<std::uint32_t> g_nRelayControl;
 
+// The output leads as bits of the relay word.
+std::uint32_t OutputLeadBits();
+
 // Bits 0x03 ECG, 0x04, 0x08 and 0x10 a PPG channel each, 0x20 external respiration; 8 when the
 // output is off.
 extern Shared<std::uint8_t> g_OperateMode;

@@ -3,11 +3,14 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "sources/Tables.h"
 #include "synthesis/Callbacks.h"
 #include "synthesis/Numbers.h"
 #include "synthesis/Parameters.h"
 #include "synthesis/PlayClock.h"
 
+Shared<int> s_NST_Noise = 0;
+Shared<double> s_NST_gain = 1.0;
 Shared<double> g_YY1079DynamicRangeMinVoltage = -300.0;
 Shared<double> g_YY1079DynamicRangeMaxVoltage = 300.0;
 Shared<double> g_YY1079DynamicRangeSlope = 1.0;
@@ -17,6 +20,9 @@ constexpr double kMainsHz[] = {50.0, 60.0, 100.0, 120.0, 150.0, 180.0, 200.0, 24
 constexpr int kMainsSelectors = 8;
 constexpr int kRandomSelector = 9;
 constexpr double kRandomMax = 2147483647.0;
+
+constexpr auto kNoiseSamples = static_cast<std::int64_t>(kNoiseRecordSamples);
+constexpr double kMicrovoltsPerMv = 1000.0;
 
 constexpr double kOverloadHz[] = {50.0, 60.0, 80.0, 100.0};
 constexpr int kOverloads = 4;
@@ -31,17 +37,29 @@ constexpr double kTicksPerSecond = 10000.0;
 constexpr double kTicksPerStep = 5000.0;
 constexpr double kReportSeconds = 0.0003;
 
+const std::int32_t* NoiseRecord(int number)
+{
+    switch (number) {
+        case 1: return g_NoiseRecords + kNoiseRecordSamples;      // EM
+        case 2: return g_NoiseRecords + 2 * kNoiseRecordSamples;  // BW
+        case 3: return g_NoiseRecords;                            // MA
+        default: return nullptr;
+    }
+}
+
 double Uniform(double amplitude)
 {
     return amplitude * (2.0 * static_cast<double>(std::rand()) / kRandomMax - 1.0) * 0.5;
 }
 
+// The end is told at low sample rates too, where no sample falls into the time that is reported.
 double RestInputDynamicRange(CycleQuantities& c, double time)
 {
+    const bool leavesRamp = time >= kRampEnd && c.s_InputDynamicRangeDC != kRampRestMv;
     c.s_InputDynamicRangeDC = kRampRestMv;
     c.s_InputDynamicRangeAC = 0.0;
     const double reportUntil = (time < kRampStart ? 0.0 : kRampEnd) + kReportSeconds;
-    if (time < reportUntil) {
+    if (time < reportUntil || leavesRamp) {
         Tell(g_SyncDCOffsetCB, static_cast<int>(kRampRestMv), reportUntil, time);
     }
     return 0.0;
@@ -71,7 +89,19 @@ double DriftTriangleAt(double time)
     return slope * tau - 2.0 * amplitude;
 }
 
-double NstNoiseAt(double) { return 0.0; }
+// The last sample of a record is not interpolated: what plays is the one that follows it, the
+// first of the next record. Deliberate.
+double NstRecordAt(int number, double time)
+{
+    const std::int32_t* record = NoiseRecord(number);
+    const double position = kNoiseRate * time;
+    const double whole = Truncate(position);
+    if (record == nullptr || !(whole >= 0.0)) return 0.0;
+    const std::int64_t i = SaturateTo<std::int64_t>(whole) % kNoiseSamples;
+    const double weight = i == kNoiseSamples - 1 ? 1.0 : position - whole;
+    const double sample = (1.0 - weight) * record[i] + weight * record[i + 1];
+    return sample * s_NST_gain / kMicrovoltsPerMv;
+}
 
 double GetNstNoise() { return NstNoiseAt(s_t); }
 

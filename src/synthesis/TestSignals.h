@@ -11,8 +11,17 @@ double GetVoltageNoiseAmplitude();
 // The AAMI baseline drift triangle, 0 while the test is off; added to functions 7 and 14.
 double DriftTriangleAt(double time);
 inline double DriftAt(double time) { return g_AAMIDriftTest ? DriftTriangleAt(time) : 0.0; }
-// The sample of the selected noise-stress record. No record is built in yet: 0.
-double NstNoiseAt(double time);
+
+// The selected noise-stress record: 0 none, 1 EM, 2 BW, 3 MA; any other number is none.
+extern Shared<int> s_NST_Noise;
+extern Shared<double> s_NST_gain;  // 0.1 to 10
+// The sample of the selected record, which repeats after some 1805 s.
+double NstRecordAt(int number, double time);
+inline double NstNoiseAt(double time)
+{
+    const int number = s_NST_Noise;
+    return number == 0 ? 0.0 : NstRecordAt(number, time);
+}
 double GetNstNoise();
 
 extern Shared<double> g_YY1079DynamicRangeMinVoltage;
