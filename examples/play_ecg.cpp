@@ -1,4 +1,5 @@
-// Plays an ECG and changes its rate and its height while it plays. Written on vrax.h alone.
+// Plays an ECG, changes its rate and its height while it plays, and paces it. Written on vrax.h
+// alone.
 
 #include <atomic>
 #include <chrono>
@@ -17,13 +18,22 @@
 namespace {
 
 struct Step {
-    double at;   // s of signal
-    double bpm;  // beats a minute
-    double mv;   // height of the QRS complex, peak to peak
+    double at;       // s of signal
+    double bpm;      // beats a minute
+    double mv;       // height of the QRS complex, peak to peak
+    double pulseMv;  // pacing pulses, one a beat; 0 = none
+    double pulseMs;
 };
 // Each change is asked for in the middle of a beat, so that it can be seen to wait for its end.
-constexpr Step kSteps[] = {{0.0, 60.0, 1.0}, {7.4, 90.0, 1.0}, {13.0, 90.0, 2.0}};
-constexpr double kEnd = 17.9;  // s of signal
+constexpr Step kSteps[] = {{0.0, 60.0, 1.0, 0.0, 0.0},
+                           {7.4, 90.0, 1.0, 0.0, 0.0},
+                           {13.0, 90.0, 2.0, 0.0, 0.0},
+                           {17.6, 90.0, 2.0, 150.0, 2.0}};
+constexpr double kEnd = 23.9;  // s of signal
+
+// What follows each pacing pulse. Over before the QRS complex begins.
+constexpr double kOvershootMv = 0.3;
+constexpr unsigned kOvershootMs = 8;
 
 constexpr unsigned kConnectTimeoutMs = 10000;
 constexpr int kDivider = 400;  // the callback sees one sample in a hundred
@@ -57,9 +67,12 @@ bool Accepted(const char* call, int result)
 
 std::string Words(const Step& step)
 {
-    char text[64];
+    char text[96];
     std::snprintf(text, sizeof text, "%.0f bpm, %.0f mV", step.bpm, step.mv);
-    return text;
+    if (step.pulseMv == 0.0) return text;
+    const std::string words = text;
+    std::snprintf(text, sizeof text, ", paced with %.0f mV, %.0f ms", step.pulseMv, step.pulseMs);
+    return words + text;
 }
 
 bool IsLive() { return isatty(STDOUT_FILENO) != 0; }
@@ -98,6 +111,22 @@ bool PlayUntil(const Step& step, double end)
     return true;
 }
 
+// One pulse a beat. The timing is in force from the end of the cycle on; the amplitude and the
+// length go to the instrument with the last call.
+bool Pace(const Step& step)
+{
+    if (!Accepted("VRAXSetPacingAmplitude", VRAXSetPacingAmplitude(step.pulseMv)) ||
+        !Accepted("VRAXSetPacingDuration", VRAXSetPacingDuration(step.pulseMs)) ||
+        !Accepted("VRAXSetPacingRateSynchronized", VRAXSetPacingRateSynchronized()) ||
+        !Accepted("VRAXSetOvershootAmplitude", VRAXSetOvershootAmplitude(kOvershootMv)) ||
+        !Accepted("VRAXSetOvershootTimeConstant", VRAXSetOvershootTimeConstant(kOvershootMs))) {
+        return false;
+    }
+    if (VRAXApplyPacing() == 1) return true;
+    std::fprintf(stderr, "play_ecg: the pacing settings were not taken\n");
+    return false;
+}
+
 // Asks for what differs from the step before. The time is taken first: nothing can be in force
 // before it.
 bool Ask(const Step& step, const Step* before, std::FILE* log)
@@ -109,8 +138,12 @@ bool Ask(const Step& step, const Step* before, std::FILE* log)
     if (before == nullptr || step.mv != before->mv) {
         if (!Accepted("VRAXSetAmplitude", VRAXSetAmplitude(step.mv))) return false;
     }
+    if (before != nullptr && step.pulseMv != before->pulseMv && !Pace(step)) return false;
     Tell(time, Words(step) + " asked");
-    if (log != nullptr) std::fprintf(log, "%.6f,%g,%g\n", time, step.bpm, step.mv);
+    if (log != nullptr) {
+        std::fprintf(log, "%.6f,%g,%g,%g,%g\n", time, step.bpm, step.mv, step.pulseMv,
+                     step.pulseMs);
+    }
     return true;
 }
 
@@ -142,7 +175,7 @@ bool Run(const Arguments& arguments)
             std::perror(("play_ecg: " + arguments.logPath).c_str());
             return false;
         }
-        std::fprintf(log.get(), "time_s,bpm,mv\n");
+        std::fprintf(log.get(), "time_s,bpm,mv,pulse_mv,pulse_ms\n");
     }
     if (!VRAXConnect(arguments.port, kConnectTimeoutMs)) {
         std::fprintf(stderr, "play_ecg: no instrument was found within %u s\n",
@@ -164,12 +197,14 @@ bool Run(const Arguments& arguments)
 int main(int argc, char** argv)
 {
     Arguments arguments;
-    CLI::App app("Plays an ECG for 18 seconds: 60 bpm and 1 mV, then 90 bpm, then 2 mV.",
-                 "play_ecg");
+    CLI::App app(
+        "Plays an ECG for 24 seconds: 60 bpm and 1 mV, then 90 bpm, then 2 mV, then paced.",
+        "play_ecg");
     app.add_option("--port", arguments.port, "n of /dev/ttyACM<n>; -1 tries all")
         ->check(CLI::Range(-1, 127))
         ->capture_default_str();
-    app.add_option("--log", arguments.logPath, "write when each change was asked: time_s,bpm,mv");
+    app.add_option("--log", arguments.logPath,
+                   "write when each change was asked: time_s,bpm,mv,pulse_mv,pulse_ms");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -154,9 +154,13 @@ std::string ControlHelp()
 std::string StatusLine(const SimulatedInstrument& instrument)
 {
     const RelayState relays = instrument.Relays();
-    return fmt::format("{} {}, operate mode {:02X}, {} Hz, relays {:06X}, {}", instrument.Path(),
-                       instrument.IsPlugged() ? "plugged" : "unplugged", relays.operateMode,
-                       relays.sampleRate, relays.word, SummaryLine(instrument));
+    const PacingSettings pacing = instrument.Pacing();
+    return fmt::format(
+        "{} {}, operate mode {:02X}, {} Hz, relays {:06X}, lead-off mode {}, "
+        "right-leg-drive measurement {}, pacing {:.2f} mV {:.3f} ms, {}",
+        instrument.Path(), instrument.IsPlugged() ? "plugged" : "unplugged", relays.operateMode,
+        relays.sampleRate, relays.word, relays.LeadOffMode(), relays.MeasuresRld() ? "on" : "off",
+        pacing.amplitudeMv, pacing.durationMs, SummaryLine(instrument));
 }
 
 std::string SummaryLine(const SimulatedInstrument& instrument)
@@ -164,9 +168,10 @@ std::string SummaryLine(const SimulatedInstrument& instrument)
     const StreamStatistics stream = instrument.Statistics();
     return fmt::format(
         "packets={} samples={} runs={} stops={} sequence_errors={} mode_errors={} "
-        "underruns={} refusals={}",
+        "underruns={} refusals={} marks={} pulses={}",
         stream.packets, stream.samples, stream.runs, stream.stopPackets, stream.sequenceErrors,
-        stream.modeErrors, stream.underruns, instrument.RefusalCount());
+        stream.modeErrors, stream.underruns, instrument.RefusalCount(), stream.marks,
+        stream.pulses);
 }
 
 }  // namespace instrument

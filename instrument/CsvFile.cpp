@@ -12,7 +12,7 @@ namespace instrument {
 
 namespace {
 
-constexpr char kHeader[] = "time_s,dc_mv,ac_mv,marker\n";
+constexpr char kHeader[] = "time_s,dc_mv,ac_mv,marker,pulse_mv\n";
 
 // Sample rates that do not divide a microsecond into whole parts need more digits.
 bool NeedsNanoseconds(double time)
@@ -27,9 +27,9 @@ void AppendCsv(std::string& text, std::span<const Sample> samples)
 {
     auto out = std::back_inserter(text);
     for (const Sample& sample : samples) {
-        fmt::format_to(out, "{:.{}f},{:.6f},{:.6f},{}\n", sample.time,
+        fmt::format_to(out, "{:.{}f},{:.6f},{:.6f},{},{:.6f}\n", sample.time,
                        NeedsNanoseconds(sample.time) ? 9 : 6, sample.dcMv, sample.acMv,
-                       sample.marker ? 1 : 0);
+                       sample.marker ? 1 : 0, sample.pulseMv);
     }
 }
 

@@ -1,4 +1,4 @@
-// The signal that was received, as comma-separated values: time_s,dc_mv,ac_mv,marker.
+// The signal that was received, as comma-separated values: time_s,dc_mv,ac_mv,marker,pulse_mv.
 #pragma once
 
 #include <cstdio>

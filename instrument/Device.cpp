@@ -20,6 +20,11 @@ constexpr std::size_t kFlashImageBytes = 48;
 constexpr std::size_t kFlashMark = 4;
 
 constexpr std::uint32_t kUnusedRelayBits = 0x808080;  // 7, 15 and 23
+constexpr std::uint32_t kRespirationBit = 1U << 3;    // the internal one, or the module's
+constexpr std::uint32_t kRldBit = 1U << 10;
+constexpr std::uint32_t kThirdLeadOffBit = 1U << 11;  // mode 3
+constexpr std::uint32_t kLeadOffBit = 1U << 13;       // modes 1 and 2
+constexpr std::uint32_t kFirstLeadOffBit = 1U << 14;  // mode 1
 
 std::uint32_t BigAddress(std::span<const std::uint8_t> frame)
 {
@@ -84,8 +89,10 @@ Device::Device(const Options& options)
 void Device::PowerUp()
 {
     const unsigned commands = relays.commands;
+    const unsigned shortCommands = relays.shortCommands;
     relays = {};
     relays.commands = commands;
+    relays.shortCommands = shortCommands;
     relays.operateMode = kDefaultMode;
     std::fill_n(state.controlBlock.begin(), 48, std::uint8_t{0});
     state.dynamicLight = false;
@@ -276,9 +283,24 @@ Answer Device::SetLeadOff(RequestBytes request)
     if ((word & kUnusedRelayBits) != 0) {
         return Answer::Refused(fmt::format("relay word {:06X} has unused bits", word));
     }
+    if (BigWord(request, 3) == 0) return Answer::Refused("a sample rate of 0 Hz");
+    ++relays.shortCommands;
     relays.word = word;
     relays.lastCommand.assign(request.begin(), request.end());
     return Acknowledge(request);
 }
+
+bool RelayState::HasRespiration() const { return (word & kRespirationBit) != 0; }
+
+// Bit 11 alone makes mode 3, whatever a mode before left in bits 13 and 14; bit 14 means nothing
+// without bit 13, and stays when a host switches lead-off off.
+unsigned RelayState::LeadOffMode() const
+{
+    if ((word & kThirdLeadOffBit) != 0) return 3;
+    if ((word & kLeadOffBit) == 0) return 0;
+    return (word & kFirstLeadOffBit) != 0 ? 1 : 2;
+}
+
+bool RelayState::MeasuresRld() const { return (word & kRldBit) != 0; }
 
 }  // namespace instrument

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "instrument/Flash.h"
+#include "instrument/PulseMaker.h"
 #include "instrument/SimulatedInstrument.h"
 
 namespace instrument {
@@ -38,6 +39,8 @@ public:
     // What loses power loses its relays, its control block and the switches; flash and settings
     // are kept.
     void PowerUp();
+
+    PacingCodes Pacing() const;
 
     // Everything is open to the owner, which guards it.
     Flash flash;

@@ -18,6 +18,10 @@ constexpr std::size_t kPacing = 24;     // amplitude and duration, two big-endia
 constexpr std::size_t kPacingEnd = 28;  // bytes 28 to 37 are 0, and so stay what they are
 constexpr std::size_t kPulseGroups = 35;
 
+constexpr unsigned kPacingUnitUs = 25;
+constexpr unsigned kPacingUnitWithModuleUs = 100;  // with the external respiration module
+constexpr unsigned kLongestPulseUs = 3000;
+
 std::string RespirationFault(std::span<const std::uint8_t> block)
 {
     if (block[kRate] > 200) return fmt::format("{} breaths a minute", block[kRate]);
@@ -49,6 +53,13 @@ Answer Device::ReadControl(RequestBytes request) const
     return answer;
 }
 
+PacingCodes Device::Pacing() const
+{
+    const unsigned unit = options_.respirationModule ? kPacingUnitWithModuleUs : kPacingUnitUs;
+    return {BigWord(state.controlBlock, kPacing), BigWord(state.controlBlock, kPacing + 2) * unit,
+            relays.HasRespiration()};
+}
+
 Answer Device::WriteControl(RequestBytes request)
 {
     // The mark of the read reply comes back where the host left it.
@@ -60,6 +71,11 @@ Answer Device::WriteControl(RequestBytes request)
     }
     const std::string fault = RespirationFault(request);
     if (!fault.empty()) return Answer::Refused(fault);
+    const unsigned unit = options_.respirationModule ? kPacingUnitWithModuleUs : kPacingUnitUs;
+    const unsigned lengthUs = BigWord(request, kPacing + 2) * unit;
+    if (lengthUs > kLongestPulseUs) {
+        return Answer::Refused(fmt::format("a pacing pulse of {} us", lengthUs));
+    }
 
     std::copy(request.begin() + 4, request.end(), state.controlBlock.begin() + 4);
     return Acknowledge(request);

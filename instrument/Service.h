@@ -40,7 +40,9 @@ public:
         return function();
     }
 
-    Bytes KeptPacket(std::size_t index) const;  // with the lock held
+    // With the lock held.
+    Bytes KeptPacket(std::size_t index) const;
+    PacingSettings Pacing();
 
     // Guarded by the lock.
     Device device;

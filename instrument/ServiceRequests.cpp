@@ -88,7 +88,7 @@ Answer SimulatedInstrument::CService::TakePacket(ByteView packet, Outgoing& outg
 // After the reply, so that the host can build its next packet meanwhile.
 void SimulatedInstrument::CService::AfterPacket(ByteView packet)
 {
-    receiver.Decode(packet, newSamples_);
+    receiver.Decode(packet, device.Pacing(), newSamples_);
 }
 
 void SimulatedInstrument::CService::RefreshDcWords()
@@ -98,6 +98,12 @@ void SimulatedInstrument::CService::RefreshDcWords()
     dcGeneration_ = generation;
     const DcWords words = FromFlashBytes(device.flash.Read(kDcChannel, 0, 2 * kDcTableWords));
     receiver.SetDcWords(IsProgrammed(words) ? words : DefaultDcWords());
+}
+
+PacingSettings SimulatedInstrument::CService::Pacing()
+{
+    RefreshDcWords();
+    return receiver.InMillivolts(device.Pacing());
 }
 
 void SimulatedInstrument::CService::KeepPacket(ByteView packet)

@@ -2,12 +2,24 @@
 
 #include <algorithm>
 #include <bit>
+#include <stdexcept>
 
 #include "instrument/Service.h"
 
 namespace instrument {
 
 namespace {
+
+constexpr std::uint16_t kLargestRldCount = 1023;  // a 10-bit converter
+
+void CheckMeasurements(const Measurements& measurements)
+{
+    for (const std::uint16_t count : measurements.rldCounts) {
+        if (count > kLargestRldCount) {
+            throw std::out_of_range("a right-leg-drive count is above 1023");
+        }
+    }
+}
 
 Options OnPort(int port)
 {
@@ -16,11 +28,17 @@ Options OnPort(int port)
     return options;
 }
 
+const Options& Checked(const Options& options)
+{
+    CheckMeasurements(options.measurements);
+    return options;
+}
+
 }  // namespace
 
 SimulatedInstrument::SimulatedInstrument(int port) : SimulatedInstrument(OnPort(port)) {}
 SimulatedInstrument::SimulatedInstrument(const Options& options)
-    : service_(std::make_unique<CService>(options))
+    : service_(std::make_unique<CService>(Checked(options)))
 {}
 SimulatedInstrument::~SimulatedInstrument() = default;
 
@@ -153,6 +171,21 @@ void SimulatedInstrument::KeepSamples(std::size_t newest)
     service_->Locked([&] { service_->receiver.KeepSamples(newest); });
 }
 
+std::vector<Pulse> SimulatedInstrument::Pulses() const
+{
+    return service_->Locked([this] {
+        const auto& pulses = service_->receiver.Pulses();
+        return std::vector<Pulse>(pulses.begin(), pulses.end());
+    });
+}
+
+bool SimulatedInstrument::WaitForPulses(std::size_t count, Milliseconds timeout) const
+{
+    return service_->WaitUntilTrue(timeout, [&] {
+        return service_->receiver.Statistics(Clock::now()).pulses >= count;
+    });
+}
+
 std::vector<Sample> SimulatedInstrument::Samples() const
 {
     return service_->Locked([this] {
@@ -181,6 +214,11 @@ std::array<std::uint8_t, 64> SimulatedInstrument::ControlBlock() const
     return State().controlBlock;
 }
 
+PacingSettings SimulatedInstrument::Pacing() const
+{
+    return service_->Locked([this] { return service_->Pacing(); });
+}
+
 void SimulatedInstrument::SetControlByte(std::size_t index, std::uint8_t value)
 {
     service_->Locked([&] { service_->device.state.controlBlock.at(index) = value; });
@@ -198,6 +236,7 @@ Measurements SimulatedInstrument::GetMeasurements() const
 
 void SimulatedInstrument::SetMeasurements(const Measurements& measurements)
 {
+    CheckMeasurements(measurements);
     service_->Locked([&] { service_->device.measurements = measurements; });
 }
 

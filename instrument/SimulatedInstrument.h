@@ -99,13 +99,34 @@ struct Sample {
     double time = 0;  // s of signal since the first packet; goes on from run to run, without gaps
     double dcMv = 0;
     double acMv = 0;
-    bool marker = false;  // a pacing pulse starts here
+    bool marker = false;  // the packet marks it as the start of a pacing pulse
     unsigned run = 0;     // 1 is the first
+    // The pacing pulse that the instrument adds by itself; 0 outside a pulse. A sample shows the
+    // level at its own instant, the marked one always: a pulse of 0.03 ms at 1000 Hz stands in one
+    // sample, its length in Pulses().
+    double pulseMv = 0;
     Slot codes;
 };
 
+// A pacing pulse as it was made.
+struct Pulse {
+    double time = 0;           // s of signal, of the marked sample
+    std::uint64_t sample = 0;  // the marked one; 0 is the first ever
+    double amplitudeMv = 0;
+    double durationMs = 0;  // as set; a pulse that starts before its end or a stop cuts it short
+    unsigned run = 0;
+};
+
+// What the control block asks of the pulses that start from now on. A mark makes none while one of
+// the two is 0.
+struct PacingSettings {
+    double amplitudeMv = 0;  // with respiration on: of the attenuated output, like acMv
+    double durationMs = 0;
+};
+
 // A packet with resting content ends its run when a sequence number 0, a relay command with the
-// output off or a longer silence follows it; when the next sequence number follows it was data.
+// output off or a longer silence follows it; when the next sequence number follows it was data,
+// whatever command came between the two.
 struct StreamStatistics {
     std::uint64_t packets = 0;  // all, stop packets included
     std::uint64_t stopPackets = 0;
@@ -114,6 +135,8 @@ struct StreamStatistics {
     std::uint64_t modeErrors = 0;      // packets with another operate mode than the relay command's
     std::uint64_t frameErrors = 0;     // packets refused for their framing
     std::uint64_t underruns = 0;       // packets that came after their reply was due (RealTime)
+    std::uint64_t marks = 0;           // frames of data packets that mark a pacing pulse
+    std::uint64_t pulses = 0;          // that the marks started
     std::uint64_t runs = 0;
     std::uint16_t nextSequence = 0;  // expected in the next frame of this run
     bool running = false;
@@ -125,13 +148,18 @@ struct StreamStatistics {
 
 // What the last relay command asked for.
 struct RelayState {
-    unsigned commands = 0;  // 17-byte commands received since construction
+    unsigned commands = 0;       // 17-byte commands received since construction
+    unsigned shortCommands = 0;  // 8-byte commands: lead-off and right-leg drive
     std::uint8_t operateMode = 0;
     unsigned sampleRate = 0;  // Hz
     std::uint32_t word = 0;   // 24 bits; also set by the short command
     std::array<std::uint8_t, 3> ledSync{};
     std::array<std::uint8_t, 3> acCalibration{};
     Bytes lastCommand;  // 17 or 8 bytes as received
+
+    bool HasRespiration() const;
+    unsigned LeadOffMode() const;  // 0 to 3; 0: every lead is connected
+    bool MeasuresRld() const;      // the relay; its converter is DeviceState::rldMeasurement
 };
 
 // Everything else that a host can set.
@@ -140,7 +168,7 @@ struct DeviceState {
     bool dynamicLight = false;
     std::uint8_t signalDetection = 0;
     std::uint8_t ambientMode = 0;
-    bool rldMeasurement = false;
+    bool rldMeasurement = false;                 // right-leg drive
     std::uint8_t samplingMask = 0;               // 0: photodiode sampling is stopped
     std::array<std::uint8_t, 13> pulseGroups{};  // bytes 35 to 47 of the last write
     std::array<std::uint16_t, 256> settings{};   // by number; LED and trigger levels included
@@ -152,6 +180,7 @@ struct DeviceState {
 // What the instrument measures; a host can only read it.
 struct Measurements {
     std::uint8_t usbVoltage = 250;  // the device's own scale
+    // Right-leg drive, 10 bits: 1023 is 3.3 V. Read whether the measurement is on or off.
     std::array<std::uint16_t, 2> rldCounts{512, 256};
     std::uint8_t statusFlags = 0;  // byte 8 of the photodiode and sampling status
     std::array<std::uint8_t, 9> photodiode{0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC, 0xDE, 0xF0, 0x12};
@@ -265,15 +294,19 @@ public:
     StreamStatistics Statistics() const;
     void KeepSamples(std::size_t newest);  // 0 stops decoding and drops what was kept
     std::vector<Sample> Samples() const;
+    std::vector<Pulse> Pulses() const;  // the newest 65536
+    bool WaitForPulses(std::size_t count, Milliseconds timeout = kGenerousTimeout) const;
     void SetPace(Pace pace);  // from the next run on
 
     // The device.
     RelayState Relays() const;
     DeviceState State() const;
     std::array<std::uint8_t, 64> ControlBlock() const;
+    PacingSettings Pacing() const;
     void SetControlByte(std::size_t index, std::uint8_t value);
     void SetSetting(std::uint8_t number, std::uint16_t value);
     Measurements GetMeasurements() const;
+    // Throws std::out_of_range when a count does not fit its converter.
     void SetMeasurements(const Measurements& measurements);
     Bytes ReadFlash(std::uint8_t channel, std::uint32_t address, std::size_t bytes) const;
     void WriteFlash(std::uint8_t channel, std::uint32_t address, const Bytes& data);

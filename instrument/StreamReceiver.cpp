@@ -74,7 +74,9 @@ void StreamReceiver::EndRun()
 {
     if (isCandidate_) ++stats_.stopPackets;
     isCandidate_ = false;
+    isSwitchedOff_ = false;
     candidate_.clear();
+    pulses_.Stop();
     stats_.running = false;
     stats_.nextSequence = 0;
 }
@@ -104,14 +106,11 @@ void StreamReceiver::SetRate(unsigned rate)
     rate_ = rate;
 }
 
-void StreamReceiver::Decode(std::span<const std::uint8_t> packet, std::vector<Sample>& batch)
+void StreamReceiver::Decode(std::span<const std::uint8_t> packet, const PacingCodes& pacing,
+                            std::vector<Sample>& batch)
 {
-    if (isCandidate_) {  // this packet went on where it ended: it was data
-        stats_.samples += candidateSamples_;
-        if (IsDecoding() && !candidate_.empty()) DecodeData(candidate_, batch);
-        isCandidate_ = false;
-        candidate_.clear();
-    }
+    pacing_ = pacing;
+    if (isCandidate_) TakeCandidate(batch);
     if (isStop_) {
         isCandidate_ = true;  // certain already: counted and forgotten at once
         EndRun();
@@ -123,16 +122,28 @@ void StreamReceiver::Decode(std::span<const std::uint8_t> packet, std::vector<Sa
         if (IsDecoding()) candidate_.assign(packet.begin(), packet.end());
         return;
     }
-    stats_.samples += packetSamples_;
-    if (IsDecoding()) DecodeData(packet, batch);
+    DecodeData(packet, batch);
+}
+
+// What came after the resting packet went on where it ended: it was data. Its frames have no marks.
+void StreamReceiver::TakeCandidate(std::vector<Sample>& batch)
+{
+    isCandidate_ = false;
+    isSwitchedOff_ = false;
+    if (candidate_.empty()) Advance(candidateSamples_);
+    else DecodeData(candidate_, batch);
+    candidate_.clear();
 }
 
 void StreamReceiver::DecodeData(std::span<const std::uint8_t> packet, std::vector<Sample>& batch)
 {
-    if (!decoder_) decoder_.emplace(dcWords_);
+    if (IsDecoding() && !decoder_) decoder_.emplace(dcWords_);
     const std::size_t before = batch.size();
     for (std::size_t i = 0; i < kFramesPerPacket; ++i) {
-        DecodeFrameInto(packet.subspan(i * kFrameBytes, kFrameBytes), batch);
+        const auto frame = packet.subspan(i * kFrameBytes, kFrameBytes);
+        if (IsDecoding()) DecodeFrameInto(frame, batch);
+        else if (frame[kMarkerOffset] != 0) StartPulse(frame[kMarkerOffset] - 1U);
+        Advance(frame[kCountOffset]);
     }
     if (keepSamples_ == 0) return;
     samples_.insert(samples_.end(), batch.begin() + static_cast<std::ptrdiff_t>(before),
@@ -147,20 +158,57 @@ void StreamReceiver::DecodeFrameInto(std::span<const std::uint8_t> frame,
     const std::size_t count = DecodeSlots(frame, slots);
     for (std::size_t slot = 0; slot < count; ++slot) {
         Sample sample;
-        sample.time = timeBase_ + static_cast<double>(sinceBase_) / rate_;
+        sample.time = TimeOf(slot);
         sample.dcMv = decoder_->Mv(slots[slot].dc);
         sample.acMv = slots[slot].ac / kAcCodesPerMv;
-        sample.marker = frame[4] == slot + 1;
+        sample.marker = frame[kMarkerOffset] == slot + 1;
+        if (sample.marker) StartPulse(slot);
+        sample.pulseMv = pulses_.MvAt(stats_.samples + slot);
         sample.run = static_cast<unsigned>(stats_.runs);
         sample.codes = slots[slot];
-        ++sinceBase_;
         batch.push_back(sample);
     }
 }
 
+void StreamReceiver::StartPulse(std::size_t slot)
+{
+    ++stats_.marks;
+    if (pacing_.amplitude == 0 || pacing_.lengthUs == 0) return;
+    ++stats_.pulses;
+    const PacingSettings settings = InMillivolts(pacing_);
+    Pulse pulse;
+    pulse.time = TimeOf(slot);
+    pulse.sample = stats_.samples + slot;
+    pulse.amplitudeMv = settings.amplitudeMv;
+    pulse.durationMs = settings.durationMs;
+    pulse.run = static_cast<unsigned>(stats_.runs);
+    pulses_.Start(pulse, SamplesOf(pacing_.lengthUs, rate_));
+}
+
+PacingSettings StreamReceiver::InMillivolts(const PacingCodes& pacing)
+{
+    PacingSettings settings;
+    settings.durationMs = pacing.lengthUs / 1000.0;
+    if (pacing.isAcCode) {
+        settings.amplitudeMv = static_cast<std::int16_t>(pacing.amplitude) / kAcCodesPerMv;
+        return settings;
+    }
+    if (!decoder_) decoder_.emplace(dcWords_);
+    settings.amplitudeMv = decoder_->Mv(static_cast<std::uint16_t>(restCode_ + pacing.amplitude));
+    return settings;
+}
+
+void StreamReceiver::Advance(unsigned samples)
+{
+    stats_.samples += samples;
+    sinceBase_ += samples;
+}
+
+// Not the end yet: the packet may have been data, and the stop packet of the mode that is off now
+// goes on with its numbers.
 void StreamReceiver::RelaysChanged(const RelayState& relays)
 {
-    if (relays.operateMode == kModeOff && isCandidate_) EndRun();
+    if (relays.operateMode == kModeOff && isCandidate_) isSwitchedOff_ = true;
 }
 
 void StreamReceiver::HostStartsAnew()
@@ -188,7 +236,7 @@ StreamStatistics StreamReceiver::Statistics(Clock::time_point now) const
     StreamStatistics stats = stats_;
     const bool isQuiet =
         isCandidate_ && replied_ != Clock::time_point{} && now - replied_ > kQuietAfterStop;
-    if (isQuiet) {
+    if (isQuiet || isSwitchedOff_) {
         ++stats.stopPackets;
         stats.running = false;
     }

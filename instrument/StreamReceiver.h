@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "instrument/PulseMaker.h"
 #include "instrument/SimulatedInstrument.h"
 
 namespace instrument {
@@ -33,8 +34,10 @@ public:
                      Clock::time_point now);
 
     // Decodes the packet that was just received. Apart from Receive, so that the reply can go out
-    // first. `batch` gets the samples that are now known to be data.
-    void Decode(std::span<const std::uint8_t> packet, std::vector<Sample>& batch);
+    // first. `batch` gets the samples that are now known to be data. Marks start pulses as `pacing`
+    // is set.
+    void Decode(std::span<const std::uint8_t> packet, const PacingCodes& pacing,
+                std::vector<Sample>& batch);
 
     void RelaysChanged(const RelayState& relays);
     // The host starts anew: a run that was not stopped may go on with any number.
@@ -52,14 +55,24 @@ public:
     void KeepSamples(std::size_t newest);
     void DecodeAlways() { decodeAlways_ = true; }
     const std::deque<Sample>& Samples() const { return samples_; }
+    const std::deque<Pulse>& Pulses() const { return pulses_.Made(); }
+    PacingSettings InMillivolts(const PacingCodes& pacing);
 
 private:
     void EndRun();
     void BeginRun(std::uint16_t firstSequence, Clock::time_point now);
     void CountSequence(std::span<const std::uint8_t> packet);
     bool HasOtherMode(std::span<const std::uint8_t> packet, std::uint8_t mode) const;
+    void TakeCandidate(std::vector<Sample>& batch);
     void DecodeData(std::span<const std::uint8_t> packet, std::vector<Sample>& batch);
     void DecodeFrameInto(std::span<const std::uint8_t> frame, std::vector<Sample>& batch);
+    void StartPulse(std::size_t slot);
+    void Advance(unsigned samples);
+    // s of signal at a slot of the frame that is decoded.
+    double TimeOf(std::size_t slot) const
+    {
+        return timeBase_ + static_cast<double>(sinceBase_ + slot) / rate_;
+    }
     void SetRate(unsigned rate);
     bool IsDecoding() const { return decodeAlways_ || keepSamples_ > 0; }
 
@@ -72,7 +85,8 @@ private:
     bool isStop_ = false;     // the packet just received is known to be a stop packet
     bool isResting_ = false;  // it may be one
     unsigned packetSamples_ = 0;
-    bool isCandidate_ = false;  // the last packet has resting content and ends the run or goes on
+    bool isCandidate_ = false;    // the last packet has resting content and ends the run or goes on
+    bool isSwitchedOff_ = false;  // a relay command with the output off followed it
     unsigned candidateSamples_ = 0;
     Bytes candidate_;            // its bytes while samples are decoded
     Clock::time_point replied_;  // to the last packet
@@ -80,6 +94,8 @@ private:
     bool decodeAlways_ = false;
     std::size_t keepSamples_;
     std::deque<Sample> samples_;
+    PacingCodes pacing_;
+    PulseMaker pulses_;
     double timeBase_ = 0;  // s of signal before the sample rate last changed
     std::uint64_t sinceBase_ = 0;
     unsigned rate_ = 0;  // Hz

@@ -27,6 +27,7 @@ constexpr double kBaseline = 30.0;  // below the top of its row
 constexpr double kRequestLine = 3.2;
 constexpr double kArrowLine = 6.0;
 constexpr double kLabelBaseline = 5.2;
+constexpr double kLabelLine = 3.6;  // to the next line
 constexpr double kSecondsBaseline = 35.2;
 constexpr double kPhaseBaseline = 38.3;
 constexpr double kPhaseBar = 39.2;
@@ -36,8 +37,16 @@ constexpr double kTraceStep = 0.06;  // the samples of so many mm become one str
 constexpr double kPulseMv = 1.0;
 constexpr double kPulseSeconds = 0.2;
 
+// Pacing pulses are a hundred times as high as an ECG, so they have a scale of their own.
+constexpr double kMmPerPacingMv = 0.1;
+constexpr double kHighestSpike = 22.0;  // mm; higher ones are cut
+constexpr double kMarkTop = 0.9;        // of the sign below the baseline
+constexpr double kMarkHeight = 1.5;
+constexpr double kMarkWidth = 1.5;
+
 constexpr Colour kRequestColour{0.05, 0.30, 0.62};
 constexpr Colour kFailed{0.78, 0.08, 0.08};
+constexpr Colour kSpikeColour{0.80, 0.20, 0.02};
 constexpr Colour kPassed{0.06, 0.45, 0.22};
 constexpr Colour kPhaseColours[] = {{0.05, 0.42, 0.44}, {0.55, 0.29, 0.02}, {0.40, 0.16, 0.52}};
 
@@ -58,6 +67,8 @@ public:
             DrawCalibration(row);
             DrawTrace(row);
         }
+        for (const SeenPulse& pulse : page_.pacing.pulses) DrawPulse(pulse);
+        for (const PacedPhase& paced : page_.pacing.phases) DrawPaced(paced);
         for (std::size_t i = 0; i < page_.phases.size(); ++i) {
             if (page_.phases[i].isSeen) DrawPhase(i);
             if (i > 0) DrawChange(i);
@@ -91,6 +102,8 @@ private:
     void DrawPhase(std::size_t index);
     void DrawCalibration(int row);
     void DrawTrace(int row);
+    void DrawPulse(const SeenPulse& pulse);
+    void DrawPaced(const PacedPhase& paced);
     void DrawChange(std::size_t index);
 
     const Page& page_;
@@ -102,7 +115,7 @@ void Renderer::DrawHeader()
 {
     const bool isGood = std::all_of(page_.phases.begin(), page_.phases.end(),
                                     [](const Phase& p) { return p.Agrees(); }) &&
-                        page_.statistics.sequenceErrors == 0;
+                        page_.pacing.Agrees() && page_.statistics.sequenceErrors == 0;
     const double right = kMargin + kRowWidth;
     paper_.Text(kMargin, 10.5, "ECG as the instrument received it", {.size = 5.0, .isBold = true});
     paper_.Text(right, 10.5, isGood ? "measured as asked" : "NOT as asked",
@@ -208,6 +221,62 @@ void Renderer::DrawTrace(int row)
     paper_.Stroke(kInk, kTraceWidth);
 }
 
+// The pulse as the instrument made it, and below the baseline the mark that let it begin.
+void Renderer::DrawPulse(const SeenPulse& pulse)
+{
+    const int row = RowOf(pulse.time);
+    const double height = std::clamp(pulse.mv * kMmPerPacingMv, -kHighestSpike, kHighestSpike);
+    const double left = X(row, pulse.time);
+    const double right = X(row, pulse.time + pulse.ms / 1000.0);
+    const double baseline = Y(row, 0);
+    paper_.MoveTo(left, baseline);
+    paper_.LineTo(left, baseline - height);
+    paper_.LineTo(right, baseline - height);
+    paper_.LineTo(right, baseline);
+    paper_.Stroke(kSpikeColour, kTraceWidth);
+    paper_.Text(left - 0.6, baseline - std::max(height, 0.0) + 2.0,
+                fmt::format("{:.1f} mV", pulse.mv),
+                {.size = 2.2,
+                 .colour = kSpikeColour,
+                 .anchor = Anchor::Right,
+                 .isBold = true,
+                 .hasHalo = true});
+    if (!pulse.isMarked) return;
+    paper_.MoveTo(left - kMarkWidth / 2.0, baseline + kMarkTop + kMarkHeight);
+    paper_.LineTo(left, baseline + kMarkTop);
+    paper_.LineTo(left + kMarkWidth / 2.0, baseline + kMarkTop + kMarkHeight);
+    paper_.LineTo(left - kMarkWidth / 2.0, baseline + kMarkTop + kMarkHeight);
+    paper_.Stroke(kSpikeColour, kTraceWidth);
+}
+
+// What was measured and the scale of the pulses, in the row that shows the last one.
+void Renderer::DrawPaced(const PacedPhase& paced)
+{
+    int row = RowOf(paced.asked.time);
+    for (const SeenPulse& pulse : page_.pacing.pulses) row = std::max(row, RowOf(pulse.time));
+    const TextStyle style{.size = 2.6,
+                          .colour = paced.Agrees() ? kSpikeColour : kFailed,
+                          .anchor = Anchor::Right,
+                          .isBold = true,
+                          .hasHalo = true};
+    const double right = kMargin + kRowWidth - 0.6;
+    paper_.Text(right, Top(row) + kLabelBaseline,
+                fmt::format("{} pulses at the marks;   {:g} mV asked, {:.2f} measured",
+                            paced.pulses, paced.asked.pulseMv, paced.mv),
+                style);
+    paper_.Text(right, Top(row) + kLabelBaseline + kLabelLine,
+                fmt::format("{:g} ms asked, {:.2f} measured;   {:.1f} ms before the QRS complex",
+                            paced.asked.pulseMs, paced.ms, paced.lead * 1000.0),
+                style);
+    paper_.Text(kMargin + kCalibration / 2.0, Y(row, kPulseMv) - 1.2 - kLabelLine,
+                fmt::format("{:g} mV pulse", kPulseMv * kMmPerMv / kMmPerPacingMv),
+                {.size = 1.8,
+                 .colour = kSpikeColour,
+                 .anchor = Anchor::Centre,
+                 .isBold = true,
+                 .hasHalo = true});
+}
+
 // A dashed line where the change was asked for, an arrow to where it is in force.
 void Renderer::DrawChange(std::size_t index)
 {
@@ -219,6 +288,9 @@ void Renderer::DrawChange(std::size_t index)
     std::string asked;
     if (phase.asked.bpm != before.bpm) asked += fmt::format("{:g} bpm ", phase.asked.bpm);
     if (phase.asked.mv != before.mv) asked += fmt::format("{:g} mV ", phase.asked.mv);
+    if (phase.asked.pulseMv != before.pulseMv) {
+        asked += fmt::format("pacing {:g} mV {:g} ms ", phase.asked.pulseMv, phase.asked.pulseMs);
+    }
     asked += "asked";
 
     paper_.Line(x, top + kRequestLine, x, Y(row, 0) + 1.5, kRequestColour, 0.3, true);

@@ -7,7 +7,6 @@ namespace ecg {
 
 namespace {
 
-constexpr double kLeadIn = 0.01;      // s from the start of the cycle to the QRS complex
 constexpr double kBeforePeak = 0.05;  // s; the QRS complex lies within these two
 constexpr double kAfterPeak = 0.07;
 constexpr double kBlock = 0.5;            // s over which the local height is taken
@@ -15,7 +14,6 @@ constexpr double kThreshold = 0.35;       // of the local height: above the T wa
 constexpr double kSmallestHeight = 0.05;  // mV; below it there are no beats
 constexpr double kLowerMark = 0.2;        // of the R wave: where its upstroke is measured
 constexpr double kUpperMark = 0.8;
-constexpr double kMissedPacket = 0.1;  // s of signal that may go by while a request is made
 
 // The largest value of each block.
 std::vector<double> BlockHeights(const Recording& recording, std::size_t length)

@@ -13,6 +13,8 @@ namespace ecg {
 
 constexpr double kRateTolerance = 0.1;     // beats a minute
 constexpr double kHeightTolerance = 0.01;  // of the height asked for
+constexpr double kLeadIn = 0.01;           // s from the start of the cycle to the QRS complex
+constexpr double kMissedPacket = 0.1;      // s of signal that may go by while a request is made
 
 struct Beat {
     double cycleStart = 0;  // s; the flat 10 ms before the QRS complex included

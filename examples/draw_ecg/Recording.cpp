@@ -37,15 +37,23 @@ bool ReadNumbers(const std::string& line, std::span<double> values)
     return at == end;
 }
 
-// Calls `take(values, line)` for each line below the header.
-template <std::size_t kColumns, class Take>
-void ReadTable(std::istream& in, const std::string& name, const std::string& header, Take take)
+// Calls `take(values, line)` for each line below the header. A file without the columns of `more`
+// has zeros there.
+template <std::size_t kLeast, std::size_t kMost, class Take>
+void ReadTable(std::istream& in, const std::string& name, const std::string& header,
+               const std::string& more, Take take)
 {
     std::string text;
-    if (!std::getline(in, text) || text != header) Fail(name, 1, "expected " + header);
-    std::array<double, kColumns> values{};
+    if (!std::getline(in, text) || (text != header && text != header + more)) {
+        Fail(name, 1, "expected " + header);
+    }
+    const std::string found = text;
+    const std::size_t columns = found == header ? kLeast : kMost;
+    std::array<double, kMost> values{};
     for (std::size_t line = 2; std::getline(in, text); ++line) {
-        if (!ReadNumbers(text, values)) Fail(name, line, "expected " + header + " as numbers");
+        if (!ReadNumbers(text, std::span(values).first(columns))) {
+            Fail(name, line, "expected " + found + " as numbers");
+        }
         take(values, line);
     }
 }
@@ -88,11 +96,13 @@ Recording ReadRecording(std::istream& in, const std::string& name)
 {
     Recording recording;
     std::vector<double> times;
-    ReadTable<4>(in, name, "time_s,dc_mv,ac_mv,marker",
-                 [&](const std::array<double, 4>& values, std::size_t) {
-                     times.push_back(values[0]);
-                     recording.mv.push_back(values[2]);
-                 });
+    ReadTable<4, 5>(in, name, "time_s,dc_mv,ac_mv,marker", ",pulse_mv",
+                    [&](const std::array<double, 5>& values, std::size_t) {
+                        if (values[3] != 0.0) recording.marks.push_back(times.size());
+                        times.push_back(values[0]);
+                        recording.mv.push_back(values[2]);
+                        recording.pulseMv.push_back(values[4]);
+                    });
     if (times.size() < 2 || times.back() <= times.front()) {
         throw std::runtime_error(name + " holds no signal");
     }
@@ -107,17 +117,21 @@ Recording ReadRecording(std::istream& in, const std::string& name)
 std::vector<Request> ReadRequests(std::istream& in, const std::string& name)
 {
     std::vector<Request> requests;
-    ReadTable<3>(in, name, "time_s,bpm,mv",
-                 [&](const std::array<double, 3>& values, std::size_t line) {
-                     const Request request{values[0], values[1], values[2]};
-                     if (request.bpm <= 0 || request.mv <= 0) {
-                         Fail(name, line, "rate and height must be above 0");
-                     }
-                     if (!requests.empty() && request.time <= requests.back().time) {
-                         Fail(name, line, "the times do not rise");
-                     }
-                     requests.push_back(request);
-                 });
+    ReadTable<3, 5>(
+        in, name, "time_s,bpm,mv", ",pulse_mv,pulse_ms",
+        [&](const std::array<double, 5>& values, std::size_t line) {
+            const Request request{values[0], values[1], values[2], values[3], values[4]};
+            if (request.bpm <= 0 || request.mv <= 0) {
+                Fail(name, line, "rate and height must be above 0");
+            }
+            if ((request.pulseMv != 0) != (request.pulseMs > 0)) {
+                Fail(name, line, "a pacing pulse has an amplitude and a length");
+            }
+            if (!requests.empty() && request.time <= requests.back().time) {
+                Fail(name, line, "the times do not rise");
+            }
+            requests.push_back(request);
+        });
     if (requests.empty()) throw std::runtime_error(name + " holds no request");
     return requests;
 }

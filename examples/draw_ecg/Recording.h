@@ -17,6 +17,8 @@ struct Recording {
     double start = 0;  // s, of the first sample
     double rate = 0;   // samples a second
     std::vector<double> mv;
+    std::vector<double> pulseMv;     // the pacing pulses, which the instrument makes by itself
+    std::vector<std::size_t> marks;  // the samples with which the stream lets a pulse start
 
     double TimeAt(std::size_t index) const { return start + static_cast<double>(index) / rate; }
     double End() const { return TimeAt(mv.size()); }
@@ -24,9 +26,11 @@ struct Recording {
 
 // What was asked, and the time of the signal when it was.
 struct Request {
-    double time = 0;  // s
-    double bpm = 0;   // beats a minute
-    double mv = 0;    // QRS complex, peak to peak
+    double time = 0;     // s
+    double bpm = 0;      // beats a minute
+    double mv = 0;       // QRS complex, peak to peak
+    double pulseMv = 0;  // of one pacing pulse a beat; 0: no pacing
+    double pulseMs = 0;
 };
 
 // The figures that the instrument counted.
@@ -39,11 +43,13 @@ struct Statistics {
     std::uint64_t refusals = 0;
 };
 
-// Lines of time_s,dc_mv,ac_mv,marker under a header; takes the AC column.
+// Lines of time_s,dc_mv,ac_mv,marker,pulse_mv under a header; all but the DC column is taken. The
+// last column may be missing.
 Recording ReadRecording(std::istream& in, const std::string& name);
 Recording ReadRecordingFile(const std::string& path);
 
-// Lines of time_s,bpm,mv under a header, in order of time.
+// Lines of time_s,bpm,mv,pulse_mv,pulse_ms under a header, in order of time. The last two columns
+// may be missing.
 std::vector<Request> ReadRequests(std::istream& in, const std::string& name);
 std::vector<Request> ReadRequestsFile(const std::string& path);
 

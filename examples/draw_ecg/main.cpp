@@ -9,6 +9,7 @@
 
 #include "draw_ecg/Drawing.h"
 #include "draw_ecg/Measurement.h"
+#include "draw_ecg/Pulses.h"
 #include "draw_ecg/Recording.h"
 
 namespace {
@@ -44,6 +45,27 @@ void Print(const ecg::Phase& phase)
                              : "IN FORCE TOO LATE");
 }
 
+void Print(const ecg::PacedPhase& paced)
+{
+    fmt::print(
+        "  pacing     {} pulses of {} due; {:.2f} a minute; {:g} mV asked, {:.2f} measured; {:g} "
+        "ms "
+        "asked,\n             {:.2f} measured; {:.1f} ms before the QRS complex  {}\n",
+        paced.pulses, paced.expected, paced.perMinute, paced.asked.pulseMv, paced.mv,
+        paced.asked.pulseMs, paced.ms, paced.lead * 1000.0,
+        paced.Agrees() ? "agrees" : "DISAGREES");
+}
+
+void Print(const ecg::Pacing& pacing)
+{
+    if (pacing.phases.empty() && pacing.pulses.empty()) return;
+    fmt::print("\n");
+    for (const ecg::PacedPhase& paced : pacing.phases) Print(paced);
+    if (pacing.strays + pacing.unmarked + pacing.unanswered == 0) return;
+    fmt::print("  pulses not asked for {}, without a mark {}; marks without a pulse {}\n",
+               pacing.strays, pacing.unmarked, pacing.unanswered);
+}
+
 // Every sample that the instrument counted stands in its record, and none was in disorder.
 bool IsWhole(const ecg::Statistics& statistics, const ecg::Recording& recording)
 {
@@ -56,8 +78,10 @@ int Run(const Arguments& arguments)
     const ecg::Recording recording = ecg::ReadRecordingFile(arguments.signal);
     const auto requests = ecg::ReadRequestsFile(arguments.requests);
     const ecg::Statistics statistics = ecg::ReadStatisticsFile(arguments.figures);
-    const auto phases = ecg::MeasurePhases(ecg::FindBeats(recording), requests);
-    ecg::DrawPage({recording, phases, statistics, arguments.pixelsPerMm}, arguments.output);
+    const auto beats = ecg::FindBeats(recording);
+    const auto phases = ecg::MeasurePhases(beats, requests);
+    const ecg::Pacing pacing = ecg::MeasurePacing(recording, beats, phases);
+    ecg::DrawPage({recording, phases, pacing, statistics, arguments.pixelsPerMm}, arguments.output);
 
     fmt::print("\n  received   {} packets, {} samples, {:.2f} s at {:.0f} per second\n",
                statistics.packets, recording.mv.size(), recording.End() - recording.start,
@@ -67,12 +91,15 @@ int Run(const Arguments& arguments)
                statistics.underruns);
     fmt::print("      asked  in force   asked    measured      asked   measured\n");
     for (const ecg::Phase& phase : phases) Print(phase);
+    Print(pacing);
 
     const bool isWhole = IsWhole(statistics, recording);
     if (!isWhole) fmt::print("\n  The stream has errors, or the record is not complete.\n");
-    const bool agrees = isWhole && std::all_of(phases.begin(), phases.end(),
-                                               [](const ecg::Phase& p) { return p.Agrees(); });
-    fmt::print("\n  Every beat {} within {:g} bpm and {:g} %. Drawn to {}\n",
+    const bool agrees =
+        isWhole && pacing.Agrees() &&
+        std::all_of(phases.begin(), phases.end(), [](const ecg::Phase& p) { return p.Agrees(); });
+    fmt::print("\n  Every beat {} {} within {:g} bpm and {:g} %. Drawn to {}\n",
+               pacing.phases.empty() ? "" : "and pacing pulse",
                agrees ? "agrees" : "does NOT agree", ecg::kRateTolerance,
                ecg::kHeightTolerance * 100.0, arguments.output);
     return agrees ? 0 : kDisagrees;

@@ -203,7 +203,7 @@ TEST(Program, RecordsTheSignalAndTracesTheExchanges)
     EXPECT_TRUE(Has(outcome.text, "packets=1 samples=700 runs=1")) << outcome.text;
     const std::string lines = csv.Text();
     EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 701);
-    EXPECT_TRUE(Has(lines, "\n0.034950,0.000000,1.000000,0\n"));
+    EXPECT_TRUE(Has(lines, "\n0.034950,0.000000,1.000000,0,0.000000\n"));
     EXPECT_TRUE(Has(trace.Text(), " > relays: 00 FF 03 4E 20 00 x12\n")) << trace.Text();
     EXPECT_TRUE(Has(trace.Text(), " > stream packet: mode 03, frames 0 to 49")) << trace.Text();
 }
@@ -238,9 +238,12 @@ TEST(CsvFormat, IsTheSameInEveryLocale)
     Sample marked;
     marked.time = 1.0 / 3;
     marked.marker = true;
+    marked.pulseMv = -20.5;
     std::string text;
     AppendCsv(text, std::array{sample, marked});
-    EXPECT_EQ(text, "0.000050,-300.000000,0.000625,0\n0.333333333,0.000000,0.000000,1\n");
+    EXPECT_EQ(text,
+              "0.000050,-300.000000,0.000625,0,0.000000\n"
+              "0.333333333,0.000000,0.000000,1,-20.500000\n");
 }
 
 TEST(CsvFormat, HasAHeader)
@@ -249,7 +252,8 @@ TEST(CsvFormat, HasAHeader)
     CsvFile file(path.path);
     file.Write(std::array{Sample{}});
     EXPECT_TRUE(file.Close());
-    EXPECT_EQ(path.Text(), "time_s,dc_mv,ac_mv,marker\n0.000000,0.000000,0.000000,0\n");
+    EXPECT_EQ(path.Text(),
+              "time_s,dc_mv,ac_mv,marker,pulse_mv\n0.000000,0.000000,0.000000,0,0.000000\n");
 }
 
 TEST(TraceFormat, HasOneLineADirection)

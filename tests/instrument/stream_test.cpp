@@ -133,6 +133,58 @@ TEST(Stream, StopPacketsOfTheirOwnFramingAreKnownAtOnce)
     EXPECT_EQ(instrument.RefusalCount(), 0U);
 }
 
+// The stop packet of the mode that is off then has a framing of its own and goes on counting.
+TEST(Stream, ARestingPacketBeforeSwitchingOffWasDataWhenTheStopPacketFollows)
+{
+    SimulatedInstrument instrument(Recording());
+    const HostPort host;
+    Player player(host);
+    ASSERT_TRUE(player.Play(1));
+    ASSERT_TRUE(player.Play(1, 0));
+    host.Ask(RelayCommand(8, 20000));
+    EXPECT_EQ(host.Ask(MakeStopPacket(8, 100)).size(), 64U);
+    host.Ask({0xCC, 0x00, 'B'});  // the packet is looked at after its reply
+    const StreamStatistics stream = instrument.Statistics();
+    EXPECT_EQ(stream.sequenceErrors, 0U);
+    EXPECT_EQ(stream.modeErrors, 0U);
+    EXPECT_EQ(stream.stopPackets, 1U);
+    EXPECT_EQ(stream.runs, 1U);
+    EXPECT_EQ(stream.samples, 1400U);
+    EXPECT_FALSE(stream.running);
+    EXPECT_EQ(instrument.Samples().size(), 1400U);
+}
+
+TEST(Stream, ARestingPacketBeforeSwitchingOffWasTheStopWhenANewRunFollows)
+{
+    SimulatedInstrument instrument(Recording());
+    const HostPort host;
+    Player player(host);
+    ASSERT_TRUE(player.Play(1));
+    ASSERT_TRUE(player.Stop());
+    host.Ask(RelayCommand(8, 20000));
+    EXPECT_EQ(instrument.Statistics().stopPackets, 1U);
+    Player next(host);
+    ASSERT_TRUE(next.Play(1));
+    const StreamStatistics stream = instrument.Statistics();
+    EXPECT_EQ(stream.sequenceErrors, 0U);
+    EXPECT_EQ(stream.stopPackets, 1U);
+    EXPECT_EQ(stream.runs, 2U);
+    EXPECT_TRUE(stream.running);
+    EXPECT_EQ(instrument.Statistics().nextSequence, 50);
+}
+
+TEST(Stream, AStopPacketOfAnotherNumberAfterSwitchingOffIsASequenceError)
+{
+    SimulatedInstrument instrument;
+    const HostPort host;
+    Player player(host);
+    ASSERT_TRUE(player.Play(1));
+    ASSERT_TRUE(player.Play(1, 0));
+    host.Ask(RelayCommand(8, 20000));
+    host.Ask(MakeStopPacket(8, 101));
+    EXPECT_EQ(instrument.Statistics().sequenceErrors, 1U);
+}
+
 TEST(Stream, AMissingFrameIsASequenceError)
 {
     SimulatedInstrument instrument;
