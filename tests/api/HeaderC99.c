@@ -120,6 +120,19 @@ const HeaderEntry HEADER_TABLE[] = {
     ENTRY(VRAXSetANE20000Lead),
     ENTRY(VRAXGetANE20000Lead),
 
+    ENTRY(VRAXSetSpecialWaveformLoop),
+    ENTRY(GetSpecialWave227Array),
+    ENTRY(GetSpecialWave251Array),
+    ENTRY(GetSpecialWave247Array),
+    ENTRY(GetRRAvg),
+    ENTRY(GetRRDev),
+    ENTRY(GetHRVFreq),
+    ENTRY(GetIEC47RawPoint),
+    ENTRY(DumpIEC227Waveform),
+    ENTRY(DumpIEC251Waveform),
+    ENTRY(DumpIEC247Waveform),
+    ENTRY(DumpStandardWaveform),
+
     ENTRY(VRAXSetPacingPulseMode),
     ENTRY(VRAXGetPacingPulseMode),
     ENTRY(VRAXSetPacingAmplitude),
@@ -140,6 +153,7 @@ const HeaderEntry HEADER_TABLE[] = {
     ENTRY(VRAXSetECG2_27_Noise),
     ENTRY(VRAXGetECG2_27_NoiseFreq),
     ENTRY(VRAXGetECG2_27_NoiseAmp),
+    ENTRY(VRAXSetNSTNoise),
     ENTRY(VRAXSetECG2_27_AAMIDriftTest),
     ENTRY(VRAXGetECG2_27_AAMIDriftTest),
     ENTRY(VRAXSetECG2_27_AAMIDriftTestAmplitude),
@@ -157,6 +171,10 @@ const HeaderEntry HEADER_TABLE[] = {
     ENTRY(VRAXGetFrequencyScanSineDuration),
     ENTRY(VRAXSetFrequencyScanECG),
     ENTRY(VRAXGetFrequencyScanECG),
+
+    ENTRY(VRAXSetLeadOff),
+    ENTRY(VRAXMeasureRLD),
+    ENTRY(VRAXReadRLD),
 
     ENTRY(SetDcDac),
     ENTRY(PlayFixedDCByDAC),

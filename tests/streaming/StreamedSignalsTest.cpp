@@ -54,8 +54,6 @@ const Streamed kSignals[] = {
      [](double t) { return reference::TriangularPulse(kAmplitude, kWidthMs, 0.0, t); }},
     {"Decay", 6, 1.25, [](double t) { return reference::Decay(kAmplitude, t); }},
     {"Ecg", 7, 1.25, [](double t) { return reference::StandardBeat(TheBeat(), t); }},
-    {"Iec227", 8, 1000.0, Nothing},
-    {"Iec251", 9, 1.0, Nothing},
     {"Jjg1041", 10, 1.25,
      [](double t) { return reference::Jjg1041(kAmplitude, kFrequency, true, t); }},
     {"Jjg1041SingleR", 11, 1.25,
@@ -65,8 +63,6 @@ const Streamed kSignals[] = {
      [](double t) { return RecordSample(static_cast<int>(std::floor(t * kRecordRate))); }},
     {"CustomEcg", 14, 1.25, [](double t) { return reference::CustomBeat(TheBeat(), t); }},
     {"InputDynamicRange", 15, 1.25, Nothing},  // at rest for 20 s
-    {"Iec247", 16, 1000.0, Nothing},
-    {"Ane20000", 17, 1.0, Nothing},
     {"OtherNumber", 18, 1.25, Nothing},
     // The fraction of a millivolt of a ramp from -300 mV upwards.
     {"YY1079", 10000, 1200.0, [](double t) { return t == 0.0 ? 0.0 : -(std::ceil(t) - t); }},

@@ -59,6 +59,15 @@ inline Calls FlagSetters(int value)
         [=] { VRAXApplyPacing(); },
         [=] { VRAXSetECG2_27_AAMIDriftTest(on); },
         [=] { SetDcDac(value * 100); },
+        [] { VRAXSetSpecialWaveformLoop(1); },
+        [=] { VRAXSetNSTNoise(value % 4, 1.0); },
+        [=] { VRAXSetLeadOff(value % 4); },
+        [=] { VRAXMeasureRLD(on); },
+        [] {
+            double first = 0.0;
+            double second = 0.0;
+            VRAXReadRLD(&first, &second);
+        },
         [=] { VRAXSetFileLoop(value); },
         [=] { VRAXSetSampleRate(20000); },
         [=] { VRAXConfigureTransmissionRate(value % 6); },
@@ -70,7 +79,8 @@ inline Calls FlagSetters(int value)
 // What switches the output function, some of it after a wait.
 inline Calls OutputSetters(int value)
 {
-    constexpr int kFunctions[] = {1, 2, 3, 4, 5, 6, 7, 10, 11, 12, 14, 15, 10000};
+    constexpr int kFunctions[] = {1,  2,  3,  4,  5,  6,  7,  8,    9,
+                                  10, 11, 12, 14, 15, 16, 17, 10000};
     const int function = kFunctions[static_cast<std::size_t>(value) % std::size(kFunctions)];
     return {
         [=] { VRAXSetOutputFunction(function); },

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "storage/Calibration.h"
+#include "support/OfflineRun.h"
 #include "support/ReferenceSignal.h"
 #include "synthesis/BeatModel.h"
 #include "synthesis/MainFunction.h"
@@ -69,6 +71,30 @@ TEST(MainsNoise, RandomNoiseFillsHalfTheAmplitudeEitherWay)
     EXPECT_NEAR(sum / 20000.0, 0.0, 0.1);
 }
 
+// An eighth of the values in each eighth of the span, within five standard deviations.
+TEST(MainsNoise, RandomNoiseIsUniform)
+{
+    constexpr int kValues = 80000;
+    constexpr int kBins = 8;
+    g_MainNoise = 9;
+    g_MainsNoiseAmp = 2.0;
+    int bins[kBins] = {};
+    double squares = 0.0;
+    double products = 0.0;
+    double previous = 0.0;
+    for (int i = 0; i < kValues; ++i) {
+        const double v = VoltageNoiseAt(0.0);
+        const int bin = static_cast<int>((v + 1.0) * kBins / 2.0);
+        ++bins[std::clamp(bin, 0, kBins - 1)];
+        squares += v * v;
+        products += v * previous;
+        previous = v;
+    }
+    for (const int count : bins) EXPECT_NEAR(count, kValues / kBins, 5.0 * std::sqrt(8750.0));
+    EXPECT_NEAR(squares / kValues, 1.0 / 3.0, 0.006);
+    EXPECT_NEAR(products / kValues, 0.0, 0.006);  // one does not follow from the one before
+}
+
 TEST(MainsNoise, IsNoneForOtherSelectors)
 {
     for (const int selector : {0, -1, 10, 1000, 2147483647, -2147483647 - 1}) {
@@ -79,15 +105,16 @@ TEST(MainsNoise, IsNoneForOtherSelectors)
 
 TEST(MainsNoise, IsAddedToTheBeatsAndTheANERecordAlone)
 {
-    g_MainNoise = 1;
-    g_MainsNoiseAmp = 2.0;
     const double peak = 0.605;  // 30.25 periods
-    for (const int function : {OUTPUT_ECG, OUTPUT_CUSTOM_ECG, OUTPUT_ANE20000}) {
-        EXPECT_NEAR(VoltageAt(function, peak, kQuiet), 1.0, kTolerance) << function;
-    }
-    g_Amplitude = 0.0;
-    for (const int function : {1, 2, 3, 4, 5, 6, 8, 9, 10, 11, 12, 13, 16}) {
-        EXPECT_NEAR(VoltageAt(function, peak, kQuiet), 0.0, kTolerance) << function;
+    for (const int function : {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 16, 17}) {
+        const bool isNoisy =
+            function == OUTPUT_ECG || function == OUTPUT_CUSTOM_ECG || function == OUTPUT_ANE20000;
+        g_MainNoise = 0;
+        const double clean = VoltageAt(function, peak, kQuiet);
+        g_MainNoise = 1;
+        g_MainsNoiseAmp = 2.0;
+        EXPECT_NEAR(VoltageAt(function, peak, kQuiet) - clean, isNoisy ? 1.0 : 0.0, kTolerance)
+            << function;
     }
 }
 
@@ -116,15 +143,63 @@ TEST(Drift, ReachesItsPeaksAtTheQuarters)
     EXPECT_NEAR(DriftAt(12.5), 2.0, kTolerance);
 }
 
+// In the middle of each quarter, in several periods.
+TEST(Drift, RisesFallsAndRisesAgainWithinEveryWavelength)
+{
+    g_AAMIDriftTest = true;
+    for (const double waveLength : {0.5, 1.6, 10.0, 20.0}) {
+        for (const double amplitude : {1.0, 4.0, 8.0}) {
+            g_AAMIDriftTestAmp = amplitude;
+            g_AAMIDriftTestWaveLen = waveLength;
+            g_AAMIDriftTestSlope = 2.0 * amplitude / waveLength;
+            for (const double periods : {0.0, 1.0, 7.0}) {
+                const auto at = [=](double part) { return DriftAt(waveLength * (periods + part)); };
+                EXPECT_NEAR(at(0.125), amplitude / 4.0, 1e-8);
+                EXPECT_NEAR(at(0.375), amplitude / 4.0, 1e-8);
+                EXPECT_NEAR(at(0.625), -amplitude / 4.0, 1e-8);
+                EXPECT_NEAR(at(0.875), -amplitude / 4.0, 1e-8);
+                EXPECT_NEAR(at(0.0625), amplitude / 8.0, 1e-8);
+                EXPECT_NEAR(at(0.9375), -amplitude / 8.0, 1e-8);
+            }
+        }
+    }
+}
+
 TEST(Drift, IsAddedToTheBeatsAloneAndOnlyWhileItsTestIsOn)
 {
-    g_Amplitude = 0.0;
-    EXPECT_EQ(VoltageAt(OUTPUT_ECG, 2.5, kQuiet), 0.0);
+    for (const int function : {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 16, 17}) {
+        const bool drifts = function == OUTPUT_ECG || function == OUTPUT_CUSTOM_ECG;
+        g_AAMIDriftTest = false;
+        const double clean = VoltageAt(function, 2.5, kQuiet);
+        g_AAMIDriftTest = true;
+        EXPECT_NEAR(VoltageAt(function, 2.5, kQuiet) - clean, drifts ? 2.0 : 0.0, kTolerance)
+            << function;
+    }
+}
+
+// Over 20 s, past the end of a wavelength.
+TEST(Disturbances, LeaveInPacketsOnTopOfTheBeat)
+{
+    _SetECGDCDefaultCalibrationData();
+    constexpr int kStreamRate = 1000;
+    g_MainNoise = 5;  // 150 Hz
+    g_MainsNoiseAmp = 0.6;
     g_AAMIDriftTest = true;
-    EXPECT_NEAR(VoltageAt(OUTPUT_ECG, 2.5, kQuiet), 2.0, kTolerance);
-    EXPECT_NEAR(VoltageAt(OUTPUT_CUSTOM_ECG, 2.5, kQuiet), 2.0, kTolerance);
-    for (const int function : {1, 2, 3, 4, 10, 12, 17}) {
-        EXPECT_NEAR(VoltageAt(function, 2.5, kQuiet), 0.0, kTolerance) << function;
+    g_AAMIDriftTestAmp = 2.0;
+    g_AAMIDriftTestWaveLen = 8.0;
+    g_AAMIDriftTestSlope = 0.5;
+    for (const int function : {OUTPUT_ECG, OUTPUT_CUSTOM_ECG}) {
+        OfflineRun run(function, kStreamRate);
+        const auto samples = run.NextSamples(20000);
+        const reference::Beat beat;
+        for (std::size_t n = 0; n < 20000; ++n) {
+            const double t = static_cast<double>(n) / kStreamRate;
+            const double inBeat = static_cast<double>(n % 1000) / kStreamRate;
+            const double mv = (function == OUTPUT_ECG ? reference::StandardBeat(beat, inBeat)
+                                                      : reference::CustomBeat(beat, inBeat)) +
+                              reference::Sine(0.6, 150.0, t) + reference::Drift(2.0, 0.125, t);
+            ASSERT_NEAR(samples[n].ac, 1600.0 * mv, 1.01) << function << " at " << t;
+        }
     }
 }
 

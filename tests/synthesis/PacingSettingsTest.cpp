@@ -6,6 +6,7 @@
 
 #include "instrument/DcTable.h"
 #include "instrument/SimulatedInstrument.h"
+#include "support/CalibrationTables.h"
 #include "support/FittedModule.h"
 #include "support/OpenInstrument.h"
 #include "synthesis/Pacing.h"
@@ -143,6 +144,91 @@ TEST_F(PacingSettings, UnderRespirationAreAnAttenuatedACCodeOfAtMostTwentyMilliv
     EXPECT_EQ(Amplitude(), 0);
 }
 
+TEST_F(PacingSettings, RoundTheDurationHalfUp)
+{
+    g_PA = 5.0;
+    const auto durationOf = [this](double ms) {
+        g_PacingDuration = ms;
+        EXPECT_EQ(SetPacing(), 1);
+        return Duration();
+    };
+    EXPECT_EQ(durationOf(0.0625), 3);  // 2.5 ticks
+    EXPECT_EQ(durationOf(0.0624), 2);
+    EXPECT_EQ(durationOf(0.1875), 8);  // 7.5
+    FitRespirationModule();
+    EXPECT_EQ(durationOf(0.25), 3);  // 2.5 tenths
+    EXPECT_EQ(durationOf(0.2499), 2);
+    EXPECT_EQ(durationOf(0.03), 0);
+    EXPECT_EQ(durationOf(3.0), 30);
+}
+
+// 16 bits, of the calibration in use and not of an even scale.
+TEST_F(PacingSettings, TakeTheirAmplitudeFromTheCalibration)
+{
+    CalibrationWords table(4001);
+    for (unsigned i = 0; i < table.size(); ++i) {
+        table[i] = static_cast<std::uint16_t>(i * i / 250u);
+    }
+    UseTable(table);
+    const auto codeOf = [&table](unsigned index) { return int{table[index]}; };
+    for (const int mv : {700, 33, -33, -700}) {
+        g_PA = mv;
+        ASSERT_EQ(SetPacing(), 1);
+        EXPECT_EQ(Amplitude(), (codeOf(static_cast<unsigned>(2000 + mv)) - codeOf(2000)) & 0xFFFF);
+    }
+    g_PA = 100.5;  // between two entries
+    ASSERT_EQ(SetPacing(), 1);
+    const double between = 0.5 * codeOf(2100) + 0.5 * codeOf(2101);
+    EXPECT_EQ(Amplitude(), static_cast<int>(between) - codeOf(2000));
+}
+
+TEST_F(PacingSettings, UnderRespirationAreAttenuatedByTheBaselineImpedance)
+{
+    g_RespirationEnabled = true;
+    g_PA = -30.0;
+    const auto codeAt = [this](int ohms) {
+        s_RespBaseline = ohms;
+        EXPECT_EQ(SetPacing(), 1);
+        return Amplitude();
+    };
+    const auto expected = [](double divisor) {
+        return static_cast<int>(1600.0 * -20.0 / divisor) & 0xFFFF;
+    };
+    EXPECT_EQ(codeAt(2500), expected(22.597));
+    EXPECT_EQ(codeAt(4500), expected(1.0));  // a baseline of the module alone
+    FitRespirationModule();
+    EXPECT_EQ(codeAt(4500), expected(45.05));
+    EXPECT_EQ(codeAt(2500), expected(25.04));
+}
+
+TEST_F(PacingSettings, DriftIsOfWholeBeatsAMinute)
+{
+    // 342857 ticks seven times leave 1 of 2400000; 19672 ticks 122 times leave 16.
+    g_F = 0.125;  // 7.5 a minute
+    ASSERT_EQ(SetPacing(), 1);
+    EXPECT_DOUBLE_EQ(g_fPacingDelayPerSecond, 1.0 / 2400000.0 + 3e-5);
+    g_pacingSynchronized = false;
+    g_PacingRate = 122u;
+    ASSERT_EQ(SetPacing(), 1);
+    EXPECT_DOUBLE_EQ(g_fPacingDelayPerSecond, 16.0 / 2400000.0 + 3e-5);
+    g_PA = 0.0;  // derived without pacing too
+    g_PacingRate = 7u;
+    ASSERT_EQ(SetPacing(), 1);
+    EXPECT_DOUBLE_EQ(g_fPacingDelayPerSecond, 1.0 / 2400000.0 + 3e-5);
+}
+
+TEST_F(PacingSettings, DriftStaysWhenTheBlockCannotBeRead)
+{
+    g_pacingSynchronized = false;
+    g_fPacingDelayPerSecond = 0.5;
+    instrument_.Inject(FaultOn(Request::ControlRead, FaultKind::Silence));
+    EXPECT_EQ(SetPacing(), 0);
+    EXPECT_EQ(g_fPacingDelayPerSecond, 0.5);
+    instrument_.Inject(FaultOn(Request::ControlWrite, FaultKind::WrongAcknowledge));
+    EXPECT_EQ(SetPacing(), 0);
+    EXPECT_EQ(g_fPacingDelayPerSecond, 3e-5);
+}
+
 TEST_F(PacingSettings, DeriveTheDriftFromTheBeatRateOrTheirOwn)
 {
     g_F = 70.9 / 60.0;  // 70 whole beats
@@ -174,6 +260,25 @@ TEST_F(PacingSettings, FailWhenAReplyIsShort)
     EXPECT_EQ(SetPacing(), 0);
     instrument_.Inject(FaultOn(Request::ControlWrite, FaultKind::Silence));
     EXPECT_EQ(SetPacing(), 0);
+}
+
+// Nothing but the fourth byte of the reply counts, and nothing but 0xFF there.
+TEST_F(PacingSettings, AreAcknowledgedByTheFourthByteOfTheReplyAlone)
+{
+    Bytes reply(64, 0xFF);
+    const struct {
+        std::uint8_t byte;
+        int result;
+    } kReplies[] = {{0xFF, 1}, {0x00, 0}, {0x01, 0}, {0xFE, 0}};
+    for (const auto& [byte, result] : kReplies) {
+        reply[3] = byte;
+        instrument_.SetReply({0xEA, 0xFF}, reply);
+        EXPECT_EQ(SetPacing(), result) << int{byte};
+    }
+    Bytes bare(64, 0x00);
+    bare[3] = 0xFF;
+    instrument_.SetReply({0xEA, 0xFF}, bare);
+    EXPECT_EQ(SetPacing(), 1);
 }
 
 TEST_F(PacingSettings, AreSentByTheCallAndByTheOutputFunction)

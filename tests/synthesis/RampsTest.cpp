@@ -6,7 +6,10 @@
 #include <tuple>
 #include <vector>
 
+#include "instrument/DcTable.h"
+#include "storage/Calibration.h"
 #include "support/OfflineRun.h"
+#include "support/PlayClockModel.h"
 #include "synthesis/BeatModel.h"
 #include "synthesis/Callbacks.h"
 #include "synthesis/MainFunction.h"
@@ -63,6 +66,39 @@ TEST(YY1079, LeavesTheDCOffsetAloneWhilePacing)
     double extra = 0.0;
     _GetPacingV5(cycle, extra, 10.0);
     EXPECT_EQ(g_DCSetting, 77);
+}
+
+// 1200 s at 100 samples a second: the clock repeats a step now and then.
+TEST(YY1079, LeavesAsTwoCodesThatAddUpToTheRamp)
+{
+    _SetECGDCDefaultCalibrationData();
+    constexpr int kRate = 100;
+    OfflineRun run(OUTPUT_YY1079_DYNAMIC_RANGE, kRate);
+    const auto samples = run.NextSamples(125000);
+    const std::vector<long> steps = TimeSteps(samples.size(), kRate);
+    for (std::size_t n = 0; n < samples.size(); ++n) {
+        const double t = static_cast<double>(steps[n] % (1200L * kRate)) / kRate;
+        const double v = 300.0 - std::fabs(t - 600.0);
+        // Truncated toward zero. At a whole millivolt rounding may leave 0.999.. on the AC path.
+        const bool isWhole = steps[n] % kRate == 0;
+        const double dc = isWhole && samples[n].ac != 0 ? v - samples[n].ac / 1600.0 : v;
+        ASSERT_EQ(samples[n].dc, instrument::DefaultDcCode(std::trunc(std::round(dc * 100) / 100)))
+            << t;
+        if (!isWhole) {
+            ASSERT_NEAR(samples[n].ac, 1600.0 * (v - std::trunc(v)), 1.01) << t;
+        }
+    }
+}
+
+TEST(YY1079, LeavesTheDCPathAloneWhilePacing)
+{
+    _SetECGDCDefaultCalibrationData();
+    g_PA = 5.0;
+    g_DCSetting = 40;
+    OfflineRun run(OUTPUT_YY1079_DYNAMIC_RANGE, 100);
+    for (const auto& slot : run.NextSamples(1400)) {
+        ASSERT_EQ(slot.dc, instrument::DefaultDcCode(40.0));
+    }
 }
 
 using DcCalls = std::vector<std::tuple<int, double, double>>;
@@ -149,6 +185,57 @@ TEST_F(InputDynamicRange, RestsAgainAfterTwentyMinutes)
     EXPECT_EQ(At(1220.0, 1000).ac, 0.0);
     EXPECT_EQ(At(1220.0, 1000).dc, -300.0);
     EXPECT_EQ(At(5000.0, 1000).Sum(), -300.0);
+}
+
+// The whole test as it leaves: rest, 20 minutes of ramp, rest.
+TEST_F(InputDynamicRange, LeavesAsTwoCodesThatAddUpToTheRamp)
+{
+    _SetECGDCDefaultCalibrationData();
+    constexpr int kRate = 100;
+    OfflineRun run(OUTPUT_INPUT_DYNAMIC_RANGE, kRate);
+    const auto samples = run.NextSamples(124000);
+    const std::vector<long> steps = TimeSteps(samples.size(), kRate);
+    for (std::size_t n = 0; n < samples.size(); ++n) {
+        const double t = static_cast<double>(steps[n]) / kRate;
+        if (t < 19.995 || t > 1220.005) {
+            ASSERT_EQ(samples[n].ac, 0) << t;
+            ASSERT_EQ(samples[n].dc, instrument::DefaultDcCode(-300.0)) << t;
+            continue;
+        }
+        if (steps[n] % (kRate / 2) == 0) continue;  // a step falls to either side of it
+        if (t > 1219.9) continue;
+        const double dc = -300.0 - 0.5 * std::floor((t - 20.0) * 2.0);
+        const double fallen = std::fmod(t - 20.0, 0.5);  // s, and mV
+        ASSERT_EQ(samples[n].dc, instrument::DefaultDcCode(dc)) << t;
+        // A sample more where the ramp begins with one, or the clock has repeated a step.
+        ASSERT_NEAR(samples[n].ac, -1600.0 * fallen, 2.0 * 1600.0 / kRate + 1.01) << t;
+    }
+    // One at the start, then the steps to -1499.5 mV.
+    ASSERT_GE(s_dcCalls.size(), 2400u);
+    EXPECT_EQ(s_dcCalls[0], (std::tuple{-300, 0.0003, 0.0}));
+    for (int i = 1; i <= 2399; ++i) {
+        const double dc = -300.0 - 0.5 * i;
+        ASSERT_EQ(s_dcCalls[static_cast<std::size_t>(i)],
+                  (std::tuple{static_cast<int>(dc), dc, dc + 0.5}));
+    }
+}
+
+// 50 us a sample: the sixth after the end is the last one within 0.3 ms of it, to the last bit.
+TEST_F(InputDynamicRange, TellsItsEndInTheStream)
+{
+    OfflineRun run(OUTPUT_INPUT_DYNAMIC_RANGE, 20000);
+    s_t = 1219.98;
+    run.NextSamples(700);
+    std::size_t ends = 0;
+    for (const auto& [dc, until, time] : s_dcCalls) {
+        if (until != 1220.0003) continue;
+        ++ends;
+        EXPECT_EQ(dc, -300);
+        EXPECT_GE(time, 1220.0);
+        EXPECT_LT(time, 1220.0003);
+    }
+    EXPECT_GE(ends, 5u);
+    EXPECT_LE(ends, 7u);
 }
 
 TEST_F(InputDynamicRange, TellsItsStartAndItsEnd)

@@ -24,7 +24,7 @@ std::vector<CurvePoint> ChooseTurningPoints(const std::vector<double>& curve, do
 {
     std::set<std::size_t> samples{0, curve.size() - 1};
     for (;;) {
-        const std::vector<CurvePoint> points = PointsAt(samples, curve, msPerSample);
+        std::vector<CurvePoint> points = PointsAt(samples, curve, msPerSample);
         const Shape shape(join, points);
         double farthest = bound;
         std::size_t where = curve.size();

@@ -1,14 +1,18 @@
 #include "tools/tables/Fourier.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "tools/tables/Turn.h"
 
 namespace {
-Complex Product(const Complex& a, const Complex& b)
+void AddProducts(const Complex* values, const Complex& weight, std::size_t count, Complex* sums)
 {
-    return {a.real * b.real - a.imaginary * b.imaginary,
-            a.real * b.imaginary + a.imaginary * b.real};
+    for (std::size_t i = 0; i < count; ++i) {
+        const Complex& value = values[i];
+        sums[i].real += value.real * weight.real - value.imaginary * weight.imaginary;
+        sums[i].imaginary += value.real * weight.imaginary + value.imaginary * weight.real;
+    }
 }
 
 std::vector<std::size_t> Factors(std::size_t length)
@@ -31,32 +35,25 @@ Fourier::Fourier(std::size_t length) : factors_(Factors(length))
     }
 }
 
-// The self-sorting form: each pass takes one factor and combines transforms of length `done` into
+// The self-sorting form: each pass takes one factor and joins transforms of length `done` to
 // transforms of length `done * factor`.
 std::vector<Complex> Fourier::ToSamples(std::vector<Complex> values) const
 {
     const std::size_t length = turns_.size();
-    std::vector<Complex> next(length);
+    std::vector<Complex> joined(length);
     std::size_t done = 1;
     for (const std::size_t factor : factors_) {
         const std::size_t blocks = length / (done * factor);
-        for (std::size_t q = 0; q < factor; ++q) {
-            for (std::size_t j = 0; j < done; ++j) {
-                const std::size_t turn = (j + q * done) * blocks;  // exp(2 pi i turn / length)
-                Complex* const out = &next[(j + q * done) * blocks];
-                for (std::size_t b = 0; b < blocks; ++b) out[b] = values[j * factor * blocks + b];
-                for (std::size_t p = 1; p < factor; ++p) {
-                    const Complex weight = turns_[turn * p % length];
-                    const Complex* const in = &values[(j * factor + p) * blocks];
-                    for (std::size_t b = 0; b < blocks; ++b) {
-                        const Complex term = Product(in[b], weight);
-                        out[b].real += term.real;
-                        out[b].imaginary += term.imaginary;
-                    }
-                }
+        for (std::size_t row = 0; row < done * factor; ++row) {
+            Complex* const out = &joined[row * blocks];
+            const Complex* const in = &values[row % done * factor * blocks];
+            std::copy(in, in + blocks, out);
+            for (std::size_t part = 1; part < factor; ++part) {
+                const Complex& weight = turns_[row * blocks * part % length];
+                AddProducts(in + part * blocks, weight, blocks, out);
             }
         }
-        std::swap(values, next);
+        std::swap(values, joined);
         done *= factor;
     }
     return values;

@@ -1,4 +1,5 @@
 // vrax-tables: makes the library's tables, tells which ones a build holds, compares with records.
+#include <cstdint>
 #include <cstdio>
 #include <exception>
 #include <map>
