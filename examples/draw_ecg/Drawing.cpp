@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <span>
 
 #include <fmt/format.h>
 
@@ -12,8 +13,6 @@ namespace ecg {
 
 namespace {
 
-constexpr double kMmPerSecond = 25.0;
-constexpr double kMmPerMv = 10.0;
 constexpr double kRowSeconds = 6.0;
 constexpr double kSpill = 0.1;  // s that are not worth a row of their own
 
@@ -21,6 +20,7 @@ constexpr double kSpill = 0.1;  // s that are not worth a row of their own
 constexpr double kMargin = 7.0;
 constexpr double kHeader = 24.0;
 constexpr double kCalibration = 15.0;  // room for the pulse in front of each row
+constexpr double kMarkIndent = 2.5;
 constexpr double kRowWidth = kCalibration + kRowSeconds * kMmPerSecond;
 constexpr double kRowHeight = 40.0;
 constexpr double kBaseline = 30.0;  // below the top of its row
@@ -31,11 +31,7 @@ constexpr double kLabelLine = 3.6;  // to the next line
 constexpr double kSecondsBaseline = 35.2;
 constexpr double kPhaseBaseline = 38.3;
 constexpr double kPhaseBar = 39.2;
-constexpr double kTraceWidth = 0.36;
-constexpr double kTraceStep = 0.06;  // the samples of so many mm become one stroke
-
-constexpr double kPulseMv = 1.0;
-constexpr double kPulseSeconds = 0.2;
+constexpr double kMarkLabel = 11.2;  // of the calibration mark, above the baseline
 
 // Pacing pulses are a hundred times as high as an ECG, so they have a scale of their own.
 constexpr double kMmPerPacingMv = 0.1;
@@ -64,7 +60,7 @@ public:
         paper_.Grid(kMargin, kHeader, kRowWidth, rows_ * kRowHeight);
         for (int row = 0; row < rows_; ++row) {
             DrawSeconds(row);
-            DrawCalibration(row);
+            paper_.CalibrationMark(kMargin + kMarkIndent, Y(row, 0));
             DrawTrace(row);
         }
         for (const SeenPulse& pulse : page_.pacing.pulses) DrawPulse(pulse);
@@ -100,7 +96,6 @@ private:
     void DrawHeader();
     void DrawSeconds(int row);
     void DrawPhase(std::size_t index);
-    void DrawCalibration(int row);
     void DrawTrace(int row);
     void DrawPulse(const SeenPulse& pulse);
     void DrawPaced(const PacedPhase& paced);
@@ -176,24 +171,6 @@ void Renderer::DrawPhase(std::size_t index)
                  .hasHalo = true});
 }
 
-// The mark of 1 mV and 0.2 s that stands in front of a row of an ECG.
-void Renderer::DrawCalibration(int row)
-{
-    constexpr double kFoot = 2.5;
-    const double width = kPulseSeconds * kMmPerSecond;
-    const double up = kMargin + 2 * kFoot;
-    paper_.MoveTo(up - kFoot, Y(row, 0));
-    paper_.LineTo(up, Y(row, 0));
-    paper_.LineTo(up, Y(row, kPulseMv));
-    paper_.LineTo(up + width, Y(row, kPulseMv));
-    paper_.LineTo(up + width, Y(row, 0));
-    paper_.LineTo(up + width + kFoot, Y(row, 0));
-    paper_.Stroke(kInk, kTraceWidth);
-    paper_.Text(up + width / 2.0, Y(row, kPulseMv) - 1.2, "1 mV",
-                {.size = 2.2, .colour = kGrey, .anchor = Anchor::Centre, .hasHalo = true});
-}
-
-// Lowest and highest sample of each short piece, in the order in which they come.
 void Renderer::DrawTrace(int row)
 {
     const Recording& recording = page_.recording;
@@ -201,24 +178,13 @@ void Renderer::DrawTrace(int row)
         const double index = std::max(0.0, std::ceil((time - recording.start) * recording.rate));
         return std::min(static_cast<std::size_t>(index), recording.mv.size());
     };
+    const std::size_t first = sampleAt(row * kRowSeconds);
     const std::size_t end = sampleAt((row + 1) * kRowSeconds);
-    const auto step =
-        static_cast<std::ptrdiff_t>(std::max(1.0, kTraceStep / kMmPerSecond * recording.rate));
-    auto at = recording.mv.begin() + static_cast<std::ptrdiff_t>(sampleAt(row * kRowSeconds));
-    const auto last = recording.mv.begin() + static_cast<std::ptrdiff_t>(end);
-    const auto point = [&](std::vector<double>::const_iterator sample) {
-        const double time =
-            recording.TimeAt(static_cast<std::size_t>(sample - recording.mv.begin()));
-        paper_.LineTo(X(row, time), Y(row, *sample));
-    };
-    while (at != last) {
-        const auto next = last - at > step ? at + step : last;
-        const auto range = std::minmax_element(at, next);
-        point(std::min(range.first, range.second));
-        point(std::max(range.first, range.second));
-        at = next;
-    }
-    paper_.Stroke(kInk, kTraceWidth);
+    paper_.Curve(std::span(recording.mv).subspan(first, end - first),
+                 {.x = X(row, recording.TimeAt(first)),
+                  .y = Y(row, 0),
+                  .mmPerSample = kMmPerSecond / recording.rate},
+                 kInk, kTraceWidth);
 }
 
 // The pulse as the instrument made it, and below the baseline the mark that let it begin.
@@ -268,8 +234,8 @@ void Renderer::DrawPaced(const PacedPhase& paced)
                 fmt::format("{:g} ms asked, {:.2f} measured;   {:.1f} ms before the QRS complex",
                             paced.asked.pulseMs, paced.ms, paced.lead * 1000.0),
                 style);
-    paper_.Text(kMargin + kCalibration / 2.0, Y(row, kPulseMv) - 1.2 - kLabelLine,
-                fmt::format("{:g} mV pulse", kPulseMv * kMmPerMv / kMmPerPacingMv),
+    paper_.Text(kMargin + kCalibration / 2.0, Y(row, 0) - kMarkLabel - kLabelLine,
+                fmt::format("{:g} mV pulse", kMmPerMv / kMmPerPacingMv),
                 {.size = 1.8,
                  .colour = kSpikeColour,
                  .anchor = Anchor::Centre,

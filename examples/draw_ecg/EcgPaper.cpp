@@ -14,6 +14,10 @@ constexpr double kFineWidth = 0.125;  // mm
 constexpr double kStrongWidth = 0.2;
 constexpr double kHaloWidth = 0.9;
 constexpr double kArrowHead = 1.3;
+constexpr double kCurveStep = 0.06;  // the values of so many mm become one stroke
+constexpr double kMarkMv = 1.0;
+constexpr double kMarkSeconds = 0.2;
+constexpr double kMarkFoot = 2.5;
 
 void SetColour(cairo_t* cairo, const Colour& colour)
 {
@@ -130,6 +134,41 @@ void EcgPaper::Stroke(const Colour& colour, double width)
     cairo_set_line_width(cairo_, width);
     cairo_set_line_join(cairo_, CAIRO_LINE_JOIN_ROUND);
     cairo_stroke(cairo_);
+}
+
+// The lowest and the highest value of a piece, in the order in which they come.
+void EcgPaper::Curve(std::span<const double> values, const CurveScale& scale, const Colour& colour,
+                     double width)
+{
+    const auto step = static_cast<std::ptrdiff_t>(std::max(1.0, kCurveStep / scale.mmPerSample));
+    const auto point = [&](std::span<const double>::iterator value) {
+        LineTo(scale.x + static_cast<double>(value - values.begin()) * scale.mmPerSample,
+               scale.y - *value * scale.mmPerUnit);
+    };
+    for (auto at = values.begin(); at != values.end();) {
+        const auto next = values.end() - at > step ? at + step : values.end();
+        const auto [lowest, highest] = std::minmax_element(at, next);
+        point(std::min(lowest, highest));
+        point(std::max(lowest, highest));
+        at = next;
+    }
+    Stroke(colour, width);
+}
+
+void EcgPaper::CalibrationMark(double x, double y)
+{
+    const double left = x + kMarkFoot;
+    const double right = left + kMarkSeconds * kMmPerSecond;
+    const double top = y - kMarkMv * kMmPerMv;
+    MoveTo(x, y);
+    LineTo(left, y);
+    LineTo(left, top);
+    LineTo(right, top);
+    LineTo(right, y);
+    LineTo(right + kMarkFoot, y);
+    Stroke(kInk, kTraceWidth);
+    Text((left + right) / 2.0, top - 1.2, "1 mV",
+         {.size = 2.2, .colour = kGrey, .anchor = Anchor::Centre, .hasHalo = true});
 }
 
 void EcgPaper::Save(const std::string& path)

@@ -1,11 +1,16 @@
 // A picture in millimetres of ECG paper: grid, text and lines on a PNG.
 #pragma once
 
+#include <span>
 #include <string>
 
 #include <cairo.h>
 
 namespace ecg {
+
+constexpr double kMmPerSecond = 25.0;
+constexpr double kMmPerMv = 10.0;
+constexpr double kTraceWidth = 0.36;  // mm
 
 struct Colour {
     double red;
@@ -24,6 +29,14 @@ struct TextStyle {
     Anchor anchor = Anchor::Left;
     bool isBold = false;
     bool hasHalo = false;  // legible on the grid
+};
+
+// Where evenly spaced values stand: the first at `x`, the value 0 at `y`.
+struct CurveScale {
+    double x;
+    double y;
+    double mmPerSample;
+    double mmPerUnit = kMmPerMv;
 };
 
 class EcgPaper {
@@ -49,6 +62,14 @@ public:
     void LineTo(double x, double y) { cairo_line_to(cairo_, x, y); }
     void Stroke(const Colour& colour, double width);
 
+    // Through all values; where they are dense, through the lowest and highest of each short piece.
+    void Curve(std::span<const double> values, const CurveScale& scale, const Colour& colour,
+               double width);
+    // The mark of 1 mV and 0.2 s that stands in front of a row of an ECG, on its baseline `y`.
+    void CalibrationMark(double x, double y);
+
+    int PixelWidth() const { return cairo_image_surface_get_width(surface_); }
+    int PixelHeight() const { return cairo_image_surface_get_height(surface_); }
     // Throws std::runtime_error when the file cannot be written.
     void Save(const std::string& path);
 

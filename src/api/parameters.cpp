@@ -276,7 +276,6 @@ int VRAXSetECG2_27_AAMIDriftTestAmplitude(double amplitude)
     if (IsOutside(amplitude, 1.0, 8.0)) return kOutOfRange;
     _outputLog("VRAXSetECG2_27_AAMIDriftTestAmplitude(%.1f);", amplitude);
     g_AAMIDriftTestAmp = amplitude;
-    g_AAMIDriftTestSlope = DriftSlope(amplitude, g_AAMIDriftTestWaveLen);
     if (g_AAMIDriftTest) _ChangeRequested();
     return kOk;
 }
@@ -289,7 +288,6 @@ int VRAXSetECG2_27_AAMIDriftTestFrequency(double frequency)
     if (IsOutside(frequency, 0.05, 2.0)) return kOutOfRange;
     _outputLog("VRAXSetECG2_27_AAMIDriftTestFrequency(%.2f);", frequency);
     g_AAMIDriftTestWaveLen = 1.0 / frequency;
-    g_AAMIDriftTestSlope = DriftSlope(g_AAMIDriftTestAmp, g_AAMIDriftTestWaveLen);
     if (g_AAMIDriftTest) _ChangeRequested();
     return kOk;
 }

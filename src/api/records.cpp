@@ -32,11 +32,11 @@ void Render(int function, double* out, int count, int rate)
     const long double step = 1.0L / rate;
     bool ended = false;
     for (int i = 0; i < count; ++i) {
+        const double t = static_cast<double>(i * step);
         if (ended) {
-            out[i] = 0.0;  // the output goes off with the end of the waveform
+            out[i] = NstNoiseAt(t);  // the output goes off with the end of the waveform
             continue;
         }
-        const double t = static_cast<double>(i * step);
         const double tc = t - cycle.s_tp * Truncate(t / cycle.s_tp);
         out[i] = MainFunctionVoltage(function, cycle, {t, rate, &ended}, tc) + NstNoiseAt(t);
         if (ended) Tell(g_StandardStopCB, t, cycle.s_tp);

@@ -1008,7 +1008,7 @@ VRAX_API int VRAXGetANE20000Lead(void);
  *
  * The samples behind #OUTPUT_IEC227, #OUTPUT_IEC251 and #OUTPUT_IEC247. Whether a build holds the
  * public records or likenesses of them is told in `docs/tables.md`. None of these calls is logged;
- * but for VRAXSetSpecialWaveformLoop() none takes a lock, and they may be used on any thread.
+ * but for VRAXSetSpecialWaveformLoop() none takes the API lock, and they may be used on any thread.
  * @{
  */
 
@@ -1445,9 +1445,10 @@ VRAX_API bool VRAXGetFrequencyScanECG(void);
 /**
  * @defgroup electrodes Lead-off and right-leg drive
  *
- * Bits of the instrument's relay word. They hold until the library next sends its relays: with a
- * change of leads, offset or impedance, and when a signal is selected or ends. While a signal plays
- * these calls wait for a gap between two packets.
+ * Bits of the instrument's relay word. They hold until the library next refreshes its relays: with a
+ * change of leads, offset or impedance, and when a signal is selected, changes or ends. The library
+ * then forgets them, and the instrument does with the next relay command that differs from the one
+ * before. While a signal plays these calls wait for a gap between two packets.
  * @{
  */
 
@@ -1456,15 +1457,16 @@ VRAX_API bool VRAXGetFrequencyScanECG(void);
  *
  * Logged as "VRAXSetLeadOff(1);".
  *
- * @param mode  0: none (bits 11 and 13 off); 1: bits 13 and 14; 2: bit 13 without 14; 3: bit 11 in
- *              addition to what is set
+ * @param mode  0: none (bits 11 and 13 off, 14 as it was); 1: bits 13 and 14; 2: bit 13 without 14;
+ *              3: bit 11 in addition to what is set
  * @retval 1  the instrument answered
  * @retval 0  no instrument, another mode (nothing is sent or logged then), or no answer
  */
 VRAX_API int VRAXSetLeadOff(int mode);
 
 /**
- * Switches the measurement of the right-leg drive on or off.
+ * Switches the measurement of the right-leg drive on or off. Off is the command that ends photodiode
+ * sampling, too.
  *
  * Logged as "VRAXMeasureRLD(true);".
  *
@@ -1721,7 +1723,7 @@ VRAX_API double* GetFileArray(unsigned* count, unsigned* rate);
  * Computes a signal into an array, with the present parameters and no instrument: sample i is the
  * value at i / rate seconds, without pacing and DC offset. The parameters stay as they are, but the
  * output function is #OUTPUT_OFF afterwards. The samples after the end of a waveform that plays
- * once are 0.
+ * once are those of the noise-stress record alone.
  *
  * @param      function  an #OutputFunction_E
  * @param[out] out       room for `count` values in millivolts; always filled in full

@@ -1,7 +1,8 @@
 // The built-in waveforms of the standards: their samples, their text files, and whether they repeat.
 
 #include <cstdio>
-#include <vector>
+#include <memory>
+#include <new>
 
 #include "api/Setters.h"
 #include "platform/CLocale.h"
@@ -83,10 +84,12 @@ int DumpIEC247Waveform(unsigned n, const char* path)
     const HeartRatePattern* pattern = GetHeartRatePattern(RowOf(n));
     const double* samples = getIEC47RawArray(RowOf(n));
     if (pattern == nullptr || samples == nullptr) return kCannotOpen;
-    std::vector<int> microvolts(static_cast<std::size_t>(pattern->hrvperiod));
-    for (std::size_t i = 0; i < microvolts.size(); ++i) {
+    const auto count = static_cast<std::size_t>(pattern->hrvperiod);
+    const std::unique_ptr<int[]> microvolts(new (std::nothrow) int[count]);
+    if (microvolts == nullptr) return kCannotWrite;
+    for (std::size_t i = 0; i < count; ++i) {
         microvolts[i] = static_cast<int>(kMicrovoltsPerMv * samples[i]);
     }
-    return DumpStandardWaveform(microvolts.data(), pattern->hrvperiod, kHeartRatePatternRate,
+    return DumpStandardWaveform(microvolts.get(), pattern->hrvperiod, kHeartRatePatternRate,
                                 pattern->name, path);
 }

@@ -37,6 +37,13 @@ constexpr double kClockDrift = 3e-5;
 // Resistance of the last sample before the apnea hold, ohms. Thread that builds packets only.
 double lastResistance = 0.0;
 
+// Of the sample before, while a scan runs. Thread that builds packets only.
+struct ScanState {
+    double frequency = 0.0;  // Hz
+    double period = 0.0;     // s; 0: no scan
+};
+ScanState s_scan;
+
 struct SampleClock {
     double dt;      // s, rounded from extended precision
     double step;    // s, 1 / rate
@@ -90,11 +97,23 @@ void WriteEcg(std::uint8_t* slot)
     WriteBig16(slot + 2, static_cast<std::uint16_t>(ac));
 }
 
+// Quantities that were derived while a scan runs know an older frequency than the scan's.
+void KeepScan()
+{
+    if (s_scan.period == 0.0 || !s_FreqScanOn) return;
+    CycleQuantities& cycle = g_Cycle.Read();
+    cycle.frequency = s_scan.frequency;
+    cycle.s_tp = s_scan.period;
+}
+
 // A running scan changes the period with every sample; the position in the cycle is kept as a
 // fraction of it.
 void AdvanceScan()
 {
-    if (!s_FreqScanOn) return;
+    if (!s_FreqScanOn) {
+        s_scan = {};
+        return;
+    }
     CycleQuantities& cycle = g_Cycle.Read();
     const double cycles = s_t / cycle.s_tp;
     const double phase = cycles - Truncate(cycles);
@@ -102,6 +121,7 @@ void AdvanceScan()
     cycle.s_tp = 1.0 / cycle.frequency;
     s_tp = cycle.s_tp;
     s_t = cycle.s_tp * phase;
+    s_scan = {cycle.frequency, cycle.s_tp};
 }
 
 void CheckChange(double dt)
@@ -134,6 +154,7 @@ void CompensateDrift(const SampleClock& clock)
 void FillEcgFrame(std::uint8_t* frame, const SampleClock& clock)
 {
     for (int k = 0; k < kPairsPerFrame; ++k) {
+        KeepScan();
         WriteEcg(frame + kSlotsOffset + kPairBytes * static_cast<unsigned>(k));
         AdvanceScan();
         CheckChange(clock.dt);
@@ -170,6 +191,7 @@ void FillPPGFrame(std::uint8_t* frame, const ChannelList& list, int samples,
     const unsigned slotBytes = kPairBytes * static_cast<unsigned>(list.count + 1);
     for (int k = 0; k < samples; ++k) {
         std::uint8_t* slot = frame + kSlotsOffset + slotBytes * static_cast<unsigned>(k);
+        KeepScan();
         WriteEcg(slot);
         PPGCodes codes[kPPGChannels];
         ComputePPG(codes);
@@ -232,6 +254,7 @@ void FillFrame(std::uint8_t* frame, std::uint8_t mode, const SampleClock& clock)
         NumberFrame(frame, samples);
         FillPPGFrame(frame, list, samples, clock);
     }
+    s_PacingPulseRaised = false;  // of the layouts without marks: none is left for a later frame
 }
 
 void FinishPacket()

@@ -5,6 +5,7 @@
 #include "streaming/Packet.h"
 #include "streaming/PendingChange.h"
 #include "streaming/SimulationTimer.h"
+#include "synthesis/Pacing.h"
 #include "synthesis/PlayClock.h"
 
 Shared<CManualResetEvent*> g_PlaySyncEvent = nullptr;
@@ -122,6 +123,8 @@ bool PrepareRun()
     s_SeqCheck = std::uint16_t{0};
     g_bChangeOnNextCycle = false;
     s_pace = Pace::kNone;
+    s_PacingPulseRaised = false;
+    s_PacingIndicationNeeded = false;
     g_UICounter = 0;
     s_t = 0.0;
     s_tg = 0.0;

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "device/Exchange.h"
@@ -32,6 +33,7 @@ constexpr std::uint8_t kWrite = 0xFF;
 
 std::uint16_t AmplitudeCode(double amplitude)
 {
+    if (std::isnan(amplitude)) return 0;
     if (amplitude != 0.0 && g_RespirationEnabled) {
         return static_cast<std::uint16_t>(GetAcDac(amplitude));
     }

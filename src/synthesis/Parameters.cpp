@@ -36,7 +36,6 @@ Shared<double> g_MainsNoiseAmp = 0.1;
 Shared<bool> g_AAMIDriftTest = false;
 Shared<double> g_AAMIDriftTestAmp = kDefaultDriftAmplitude;
 Shared<double> g_AAMIDriftTestWaveLen = kDefaultDriftWaveLength;
-Shared<double> g_AAMIDriftTestSlope = DriftSlope(kDefaultDriftAmplitude, kDefaultDriftWaveLength);
 Shared<bool> g_DynamicRangeTest = false;
 Shared<bool> g_DynamicRangeTriangle = true;
 Shared<double> g_ADynamicRange = 1.0;

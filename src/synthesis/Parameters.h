@@ -46,7 +46,6 @@ extern Shared<double> g_MainsNoiseAmp;
 extern Shared<bool> g_AAMIDriftTest;
 extern Shared<double> g_AAMIDriftTestAmp;
 extern Shared<double> g_AAMIDriftTestWaveLen;  // s
-extern Shared<double> g_AAMIDriftTestSlope;    // mV/s
 extern Shared<bool> g_DynamicRangeTest;
 extern Shared<bool> g_DynamicRangeTriangle;
 extern Shared<double> g_ADynamicRange;

@@ -60,8 +60,8 @@ void ShowSample(double graph)
 {
     const int counter = g_UICounter;
     if (counter == 0) Tell(g_GraphCB, static_cast<double>(s_tg), graph);
-    if (s_PacingIndicationNeeded && g_PacingGraphCB != nullptr) {
-        DrawPacingPulse();
+    if (s_PacingIndicationNeeded) {  // a listener that comes later is not shown an old pulse
+        if (g_PacingGraphCB != nullptr) DrawPacingPulse();
         s_PacingIndicationNeeded = false;
     }
     g_UICounter = counter + 1 >= s_freqDivider / kDividerPerCallback ? 0 : counter + 1;

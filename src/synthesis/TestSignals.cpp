@@ -81,8 +81,8 @@ double GetVoltageNoiseAmplitude() { return VoltageNoiseAt(s_t); }
 double DriftTriangleAt(double time)
 {
     const double waveLength = g_AAMIDriftTestWaveLen;
-    const double slope = g_AAMIDriftTestSlope;
     const double amplitude = g_AAMIDriftTestAmp;
+    const double slope = DriftSlope(amplitude, waveLength);
     const double tau = time - waveLength * Truncate(time / waveLength);
     if (tau < 0.25 * waveLength) return slope * tau;
     if (tau < 0.75 * waveLength) return amplitude - slope * tau;
@@ -123,7 +123,7 @@ double getYY1079DynamicRangeVoltage(double tc)
 double AdvanceInputDynamicRange(CycleQuantities& c, double time, int sampleRate)
 {
     if (time < kRampStart || time >= kRampEnd) return RestInputDynamicRange(c, time);
-    const double ticks = RoundHalfUp((time - kRampStart) * kTicksPerSecond);
+    const double ticks = RoundHalfUp(time * kTicksPerSecond) - kRampStart * kTicksPerSecond;
     const double dc = kRampRestMv - kRampStepMv * FloorOf(ticks / kTicksPerStep);
     if (dc < c.s_InputDynamicRangeDC) {
         Tell(g_SyncDCOffsetCB, SaturateTo<int>(dc), dc, c.s_InputDynamicRangeDC);

@@ -10,6 +10,7 @@
 #include "support/ApiLogFile.h"
 #include "support/OfflineRun.h"
 #include "support/RegisteredListener.h"
+#include "synthesis/TestSignals.h"
 
 namespace {
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
@@ -66,12 +67,12 @@ TEST(Noise, WithoutDeviceAndListenerGivesMinusOne)
 TEST(Drift, SlopeIsTwiceTheAmplitudeInAWavelength)
 {
     RegisteredListener listener;
-    EXPECT_EQ(g_AAMIDriftTestSlope, 0.8);
+    EXPECT_DOUBLE_EQ(DriftTriangleAt(0.25), 0.25 * 0.8);
     VRAXSetECG2_27_AAMIDriftTestAmplitude(6.0);
-    EXPECT_DOUBLE_EQ(g_AAMIDriftTestSlope, 1.2);
+    EXPECT_DOUBLE_EQ(DriftTriangleAt(0.25), 0.25 * 1.2);
     VRAXSetECG2_27_AAMIDriftTestFrequency(0.5);
     EXPECT_DOUBLE_EQ(g_AAMIDriftTestWaveLen, 2.0);
-    EXPECT_DOUBLE_EQ(g_AAMIDriftTestSlope, 6.0);
+    EXPECT_DOUBLE_EQ(DriftTriangleAt(0.25), 0.25 * 6.0);
 }
 
 TEST(Drift, ValuesRequestAChangeWhileTheTestIsOnAlone)

@@ -122,6 +122,8 @@ TEST_P(Pattern, IsMadeOnce)
     const double* samples = PatternArray(GetParam());
     EXPECT_EQ(PatternArray(GetParam()), samples);
     EXPECT_EQ(getIEC47RawArray(GetParam()), samples);
+    const_cast<double*>(samples)[50] = 77.0;  // which making it anew would overwrite
+    EXPECT_EQ(PatternArray(GetParam())[50], 77.0);
 }
 
 TEST_P(Pattern, PlaysTheSampleThatTheTimeFallsInto)

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cstdlib>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -32,11 +33,10 @@ protected:
     // In whole numbers: the sign, the millivolts, three digits of microvolts.
     static std::string LineOf(int microvolts)
     {
-        const std::string digits = std::to_string(std::abs(microvolts));
-        const std::string padded = std::string(digits.size() < 4 ? 4 - digits.size() : 0, '0');
-        std::string line = padded + digits;
-        line.insert(line.size() - 3, ".");
-        return (microvolts < 0 ? "-" : "") + line;
+        const long size = std::labs(microvolts);
+        const std::string thousandths = std::to_string(1000 + size % 1000).substr(1);
+        const std::string sign = microvolts < 0 ? "-" : "";
+        return sign + std::to_string(size / 1000) + "." + thousandths;
     }
 
     TempDir dir_;

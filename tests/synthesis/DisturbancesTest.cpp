@@ -125,7 +125,6 @@ TEST(Drift, IsATriangleOfItsHeightPeakToPeak)
         for (const double frequency : {0.05, 0.1, 2.0}) {
             g_AAMIDriftTestAmp = amplitude;
             g_AAMIDriftTestWaveLen = 1.0 / frequency;
-            g_AAMIDriftTestSlope = 2.0 * amplitude * frequency;
             for (int i = 0; i < 1000; ++i) {
                 const double t = (i + 0.3) * 0.0417;
                 ASSERT_NEAR(DriftAt(t), reference::Drift(amplitude, frequency, t), 1e-8) << t;
@@ -151,7 +150,6 @@ TEST(Drift, RisesFallsAndRisesAgainWithinEveryWavelength)
         for (const double amplitude : {1.0, 4.0, 8.0}) {
             g_AAMIDriftTestAmp = amplitude;
             g_AAMIDriftTestWaveLen = waveLength;
-            g_AAMIDriftTestSlope = 2.0 * amplitude / waveLength;
             for (const double periods : {0.0, 1.0, 7.0}) {
                 const auto at = [=](double part) { return DriftAt(waveLength * (periods + part)); };
                 EXPECT_NEAR(at(0.125), amplitude / 4.0, 1e-8);
@@ -187,7 +185,6 @@ TEST(Disturbances, LeaveInPacketsOnTopOfTheBeat)
     g_AAMIDriftTest = true;
     g_AAMIDriftTestAmp = 2.0;
     g_AAMIDriftTestWaveLen = 8.0;
-    g_AAMIDriftTestSlope = 0.5;
     for (const int function : {OUTPUT_ECG, OUTPUT_CUSTOM_ECG}) {
         OfflineRun run(function, kStreamRate);
         const auto samples = run.NextSamples(20000);

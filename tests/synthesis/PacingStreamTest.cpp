@@ -335,7 +335,6 @@ TEST_F(PacingStream, OvershootIsNoPartOfTheOutputRange)
     g_AAMIDriftTest = true;
     g_AAMIDriftTestAmp = 8.0;
     g_AAMIDriftTestWaveLen = 4.0;
-    g_AAMIDriftTestSlope = 4.0;
     g_PA = 10.0;
     g_POA = 3.0;
     g_PacingOvershootTC = 100u;

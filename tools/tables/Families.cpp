@@ -11,6 +11,8 @@
 #include "tools/tables/TextFile.h"
 
 namespace {
+constexpr double kNoiseUnitsPerMv = 200.0;
+
 const char* const kCalNames[] = {
     "CAL05000", "CAL10000", "CAL15000", "CAL20000", "CAL30000", "CAL50000", "CAL20002", "CAL20100",
     "CAL20110", "CAL20160", "CAL20200", "CAL20210", "CAL20260", "CAL20500", "CAL20502", "CAL40000",
@@ -28,14 +30,26 @@ void Require(const std::filesystem::path& file, std::size_t samples, std::size_t
     }
 }
 
+// What the published header says of the first signal.
+struct Published {
+    std::size_t samples;
+    double rate;
+    double unitsPerMv;
+    int zero;
+};
+
 // The first signal.
 NamedSamples FromRecord(const std::filesystem::path& folder, const std::string& name,
-                        std::size_t samples, double rate)
+                        const Published& published)
 {
     const std::filesystem::path header = folder / (name + ".hea");
     const Record record = ReadRecord(header);
-    Require(header, record.signals[0].values.size(), samples, record.rate, rate);
-    return {name, Microvolts(record.signals[0])};
+    const RecordSignal& signal = record.signals[0];
+    Require(header, signal.values.size(), published.samples, record.rate, published.rate);
+    if (signal.unitsPerMv != published.unitsPerMv || signal.zero != published.zero) {
+        throw TableError(header.string() + ": the gain or the zero is not that of the record");
+    }
+    return {name, Microvolts(signal)};
 }
 }  // namespace
 
@@ -43,7 +57,8 @@ std::vector<NamedSamples> Ec13FromRecords(const std::filesystem::path& folder)
 {
     std::vector<NamedSamples> rows;
     for (const Ec13Row& row : kEc13Rows) {
-        rows.push_back(FromRecord(folder, row.record, row.samples, kEc13RateHz));
+        rows.push_back(
+            FromRecord(folder, row.record, {row.samples, kEc13RateHz, row.unitsPerMv, kEc13Zero}));
     }
     return rows;
 }
@@ -64,7 +79,8 @@ std::vector<NamedSamples> NoiseFromRecords(const std::filesystem::path& folder)
 {
     std::vector<NamedSamples> records;
     for (const char* name : kNoiseRecordNames) {
-        records.push_back(FromRecord(folder, name, kNoiseSamples, kNoiseRateHz));
+        records.push_back(
+            FromRecord(folder, name, {kNoiseSamples, kNoiseRateHz, kNoiseUnitsPerMv, 0}));
     }
     return records;
 }

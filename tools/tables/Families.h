@@ -17,12 +17,15 @@ struct NamedSamples {
 struct Ec13Row {
     const char* record;
     std::size_t samples;
+    double unitsPerMv;  // of the published record
 };
 inline constexpr Ec13Row kEc13Rows[] = {
-    {"aami3a", 43081},   {"aami3b", 43142},   {"aami3c", 43144},   {"aami3d", 34511},
-    {"aami4a", 65211},   {"aami4a_d", 65214}, {"aami4a_h", 65207}, {"aami4b", 65238},
-    {"aami4b_d", 65239}, {"aami4b_h", 65237},
+    {"aami3a", 43081, 130.0},   {"aami3b", 43142, 130.0}, {"aami3c", 43144, 130.0},
+    {"aami3d", 34511, 130.0},   {"aami4a", 65211, 80.0},  {"aami4a_d", 65214, 40.0},
+    {"aami4a_h", 65207, 160.0}, {"aami4b", 65238, 80.0},  {"aami4b_d", 65239, 40.0},
+    {"aami4b_h", 65237, 160.0},
 };
+inline constexpr int kEc13Zero = 2048;  // the value of 0 mV
 inline constexpr double kEc13RateHz = 720.0;
 inline constexpr std::size_t kEc13RowSamples = 66000;
 
