@@ -22,6 +22,15 @@ std::vector<double> Render(int function, int count, int rate, int* result = null
     return out;
 }
 
+// 26.49995 s is the first sample whose ten-thousandths round to 265000, a multiple of 5000.
+TEST(Render, StepsTheInputRampAtTheFirstSampleThatRoundsToTheHalfSecond)
+{
+    const std::vector<double> ac = Render(OUTPUT_INPUT_DYNAMIC_RANGE, 530001, 20000);
+    EXPECT_LT(ac[529998], -0.49);
+    EXPECT_EQ(ac[529999], 0.0);
+    EXPECT_NEAR(ac[530000], -1.0 / 20000, 1e-9);
+}
+
 TEST(Render, GivesTheFunctionAtEverySampleTime)
 {
     g_Amplitude = 2.5;

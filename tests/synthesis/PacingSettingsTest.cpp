@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <limits>
 
 #include "instrument/DcTable.h"
 #include "instrument/SimulatedInstrument.h"
@@ -42,6 +43,13 @@ protected:
 
     instrument::SimulatedInstrument instrument_{0};
 };
+
+TEST_F(PacingSettings, SendCodeZeroForAnAmplitudeThatIsNoNumber)
+{
+    g_PA = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_EQ(SetPacing(), 1);
+    EXPECT_EQ(Amplitude(), 0);
+}
 
 TEST_F(PacingSettings, AreReadThenWrittenBackAsAWholeBlock)
 {

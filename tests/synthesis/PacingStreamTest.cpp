@@ -225,6 +225,27 @@ TEST_F(PacingStream, MarksNothingInTheOtherLayouts)
     EXPECT_EQ(MarksOf(run, 20000), Samples{});
 }
 
+// A pulse that a layout without marks has swallowed is not marked later, nor drawn for a listener
+// that comes later.
+TEST_F(PacingStream, LeavesNothingOfAPulseToALaterLayoutOrListener)
+{
+    FitPPGModule(0x3307, 1, 2, 0);
+    g_bPPGOutputEnabled[1] = true;
+    s_PPGSampleRate = 1000;
+    OfflineRun run(OUTPUT_SINE, 1000);
+    ASSERT_EQ(g_OperateMode, 7);
+    run.NextSamples(2000);  // two pulses
+    g_bPPGOutputEnabled[1] = false;
+    g_PA = 0.0;
+    Change();
+    SetRelays(false);
+    ASSERT_EQ(g_OperateMode, kModeECG);
+    static int calls = 0;
+    VRAXRegisterPacingOutputSignalCallback([](double, double) { ++calls; });
+    EXPECT_EQ(MarksOf(run, 2000), Samples{});
+    EXPECT_EQ(calls, 0);
+}
+
 // 8 s a beat are no rate for a pacer.
 TEST_F(PacingStream, KeepsItsOwnRateUnderAVerySlowBeat)
 {
