@@ -79,8 +79,7 @@ inline Calls FlagSetters(int value)
 // What switches the output function, some of it after a wait.
 inline Calls OutputSetters(int value)
 {
-    constexpr int kFunctions[] = {1,  2,  3,  4,  5,  6,  7,  8,    9,
-                                  10, 11, 12, 14, 15, 16, 17, 10000};
+    constexpr int kFunctions[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 14, 15, 16, 17, 10000};
     const int function = kFunctions[static_cast<std::size_t>(value) % std::size(kFunctions)];
     return {
         [=] { VRAXSetOutputFunction(function); },

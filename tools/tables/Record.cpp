@@ -135,7 +135,8 @@ std::vector<std::int32_t> Microvolts(const RecordSignal& signal)
     std::vector<std::int32_t> microvolts;
     microvolts.reserve(signal.values.size());
     for (const std::int16_t value : signal.values) {
-        const double scaled = (static_cast<double>(value) - signal.zero) * kMicrovoltsPerMv / signal.unitsPerMv;
+        const double scaled =
+            (static_cast<double>(value) - signal.zero) * kMicrovoltsPerMv / signal.unitsPerMv;
         microvolts.push_back(static_cast<std::int32_t>(std::lround(scaled)));
     }
     return microvolts;
