@@ -69,7 +69,7 @@ void ClearRawArray(void) { FreeRawArrays(); }
 double* GetFileArray(unsigned* count, unsigned* rate)
 {
     if (count == nullptr || rate == nullptr) return nullptr;
-    *count = static_cast<unsigned>(g_nECGRawSize);
+    *count = static_cast<unsigned>(std::max<int>(g_nECGRawSize, 0));  // may be a code
     *rate = SaturateTo<unsigned>(g_nECGRawSampleRate);
     return g_pECGRawData;
 }

@@ -574,7 +574,7 @@ typedef enum OutputFunction_E {
     OUTPUT_JJG1041 = 10,          /**< calibration beat of JJG 1041 with a notched R wave */
     OUTPUT_JJG1041_SINGLE_R = 11, /**< the same beat with a single R crest */
     OUTPUT_BASELINE_PULSE = 12,   /**< an upward and a downward exponential step each second */
-    OUTPUT_ECG_FILE = 13,         /**< the loaded record, see SetRawArray() */
+    OUTPUT_ECG_FILE = 13,         /**< the loaded record, see VRAXLoadECGtxt(), SetRawArray() */
     OUTPUT_CUSTOM_ECG = 14,       /**< beat made of the P, PR, QRS, QT, ST and T parameters */
     OUTPUT_INPUT_DYNAMIC_RANGE = 15, /**< slow ramp of the input dynamic range test */
     OUTPUT_IEC247 = 16,              /**< a record of IEC 60601-2-47, see VRAXSetSpecialWave247() */
@@ -1683,6 +1683,137 @@ VRAX_API void VRAXSynchronizationSignalSetEvent(VRAXSynchronizationSignal signal
  * @param signal  null does nothing
  */
 VRAX_API void VRAXSynchronizationSignalResetEvent(VRAXSynchronizationSignal signal);
+
+/** @} */
+
+/**
+ * @defgroup files Recordings from files
+ *
+ * Each loader replaces the record that #OUTPUT_ECG_FILE plays by one channel of a file, in
+ * millivolts, and returns the number of its samples. The next run plays it; a run that is on hears
+ * the new samples at once, with the length of cycle that it started with.
+ *
+ * A file that is refused before its samples are looked at leaves the old record in place. The codes
+ * with which it is gone are marked: the record is then empty. Numbers in text are read with a
+ * decimal point in every locale. Not logged.
+ * @{
+ */
+
+/**
+ * Reads the names of the channels of a text file (see VRAXLoadECGtxt()).
+ *
+ * The rate of the file becomes that of the present record, though nothing is loaded, and the file
+ * stays open until the process ends. Takes no lock.
+ *
+ * @param      path   the file
+ * @param[out] names  room for as many pointers as the file has channels, of which the first 128 are
+ *                    stored: a new string of 128 bytes each, empty where the file has no name, null
+ *                    without memory. The caller frees them with free().
+ * @return  the number of channels that the file announces
+ * @retval -1  the file cannot be opened, or a pointer is null
+ * @retval -2  the rate is missing or 0
+ * @retval -3  the number of samples is missing or 0
+ * @retval -4  the number of channels is missing, 0 or negative
+ * @retval -5  the names are missing
+ */
+VRAX_API int CheckECGTxtChannel(const char* path, char** names);
+
+/**
+ * Loads one channel of a text file.
+ *
+ * Lines: samples per second, number of samples, number of channels, the channels' names, then one
+ * line of millivolts for each sample; names and values are separated by commas. A line has at most
+ * 127 characters, a longer one goes on as the next. The samples end with the file or with the
+ * announced number, whichever is first; values are held within 20 mV of zero, and text that is no
+ * number is 0.
+ *
+ * @param path     the file
+ * @param channel  from 0
+ * @return  the number of samples, 0 for a file with a header alone
+ * @retval -1  the file cannot be opened
+ * @retval -2  the rate is missing, 0 or outside 100 to 40000
+ * @retval -3  the number of samples is missing or 0
+ * @retval -4  the number of channels is missing or 0
+ * @retval -5  the names are missing
+ * @retval -6  no memory, or the number of samples is negative, or above a million and eight times
+ *             what the file has bytes for; the old record is gone
+ * @retval -7  the file has no such channel, or a line has too few fields; with a line the old
+ *             record is gone. When the header lacks the channel, the file stays open until the
+ *             process ends, as with a rate out of range.
+ */
+VRAX_API int VRAXLoadECGtxt(const char* path, int channel);
+
+/**
+ * Loads a binary file: samples per second (16 bits), number of samples (32 bits), then 16-bit words
+ * of microvolts with a sign, all of it big-endian. The samples end with the file or with the
+ * announced number, whichever is first; values are held within 20 mV of zero. Takes no API lock.
+ *
+ * @param path  the file
+ * @return  the number of samples, 0 for a file with a header alone
+ * @retval -1  the file cannot be opened
+ * @retval -2  the rate is missing or outside 30 to 5000
+ * @retval -3  the number of samples is missing, 0 or above 20000000
+ * @retval -4  no memory; the old record is gone
+ */
+VRAX_API int LoadECGBin(const char* path);
+
+/**
+ * Loads one channel of a recording of the AHA database, 250 samples per second, 400 units per
+ * millivolt.
+ *
+ * A path that ends in ".txt" is text: a line for each sample with the values of both channels,
+ * separated by commas or spaces. Lines that are blank, have one field, or text that is no number in
+ * the field of the channel, are left out. A path that ends in ".ecg" is binary: five bytes for each
+ * sample, a little-endian 16-bit value with a sign for each channel and one byte more. Lower case
+ * alone. Values are taken as they are. Takes no API lock.
+ *
+ * @param path     the file
+ * @param channel  0 or 1
+ * @return  the number of samples
+ * @retval -1  `path` is null, shorter than four characters or ends otherwise
+ * @retval -2  the file cannot be read
+ * @retval -3  there is no such channel
+ * @retval -4  the file has no sample; the old record is gone
+ * @retval -5  no memory; the old record is gone
+ */
+VRAX_API int LoadECGAHA(const char* path, int channel);
+
+/**
+ * Loads one signal of an EDF or EDF+ file, taken as microvolts and held within 20 mV of zero.
+ *
+ * The identification fields must have the words that EDF+ demands, and a data record must last
+ * whole seconds. The rate is the signal's samples per data record divided by its seconds, fractions
+ * cut off.
+ *
+ * @param path     the file
+ * @param channel  from 0
+ * @return  the number of samples
+ * @retval -1  the file cannot be opened
+ * @retval -2  the header is short or not accepted
+ * @retval -3  there is no such signal, it holds annotations, or the number of data records is
+ *             unknown
+ * @retval -4  no memory, or the header promises far more than the file holds; the old record is
+ *             gone
+ * @retval -5  the rate is outside 100 to 40000; the new record is loaded
+ */
+VRAX_API int VRAXLoadECGedf(const char* path, int channel);
+
+/**
+ * Loads one signal of a WFDB (MIT) record in format 212 or 16, in the units of its header, which
+ * are taken as millivolts. Values are taken as they are.
+ *
+ * @param heaPath  the header, text
+ * @param datPath  the signal file, whatever file the header names
+ * @param channel  from 0
+ * @return  the number of samples
+ * @retval -1  the header cannot be opened or is not accepted
+ * @retval -2  the signal file cannot be opened, or has another format
+ * @retval -3  there is no such signal
+ * @retval -4  no samples, no memory, or the header promises far more than the file holds; the old
+ *             record is gone
+ * @retval -5  the rate is outside 100 to 40000; the new record is loaded
+ */
+VRAX_API int VRAXLoadECGdat(const char* heaPath, const char* datPath, int channel);
 
 /** @} */
 

@@ -45,6 +45,8 @@ void ReplaceRawArray(double* samples, int count, double rate)
     std::free(old);
 }
 
+void EmptyRawArray() { ReplaceRawArray(nullptr, 0, g_nECGRawSampleRate); }
+
 void FreeRawArrays()
 {
     ReplaceRawArray(nullptr, 0, kDefaultRate);

@@ -192,6 +192,13 @@ const HeaderEntry HEADER_TABLE[] = {
     ENTRY(VRAXSynchronizationSignalSetEvent),
     ENTRY(VRAXSynchronizationSignalResetEvent),
 
+    ENTRY(CheckECGTxtChannel),
+    ENTRY(VRAXLoadECGtxt),
+    ENTRY(LoadECGBin),
+    ENTRY(LoadECGAHA),
+    ENTRY(VRAXLoadECGedf),
+    ENTRY(VRAXLoadECGdat),
+
     ENTRY(SetRawArray),
     ENTRY(ClearRawArray),
     ENTRY(GetFileArray),

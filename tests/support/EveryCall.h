@@ -214,6 +214,22 @@ inline Calls InstrumentGetters()
     };
 }
 
+// The loaders of recordings, with one path for every file.
+inline Calls RecordLoaders(const char* path)
+{
+    return {
+        [=] {
+            char* names[1] = {};
+            CheckECGTxtChannel(path, names);
+        },
+        [=] { VRAXLoadECGtxt(path, 0); },
+        [=] { LoadECGBin(path); },
+        [=] { LoadECGAHA(path, 0); },
+        [=] { VRAXLoadECGedf(path, 0); },
+        [=] { VRAXLoadECGdat(path, path, 0); },
+    };
+}
+
 inline void CallAll(const Calls& calls)
 {
     for (const auto& call : calls) call();
