@@ -52,7 +52,7 @@ void TearDown()
     StopPollingThread();
     DeviceClose();
     JoinPollingThread();  // its last read must not meet the next port
-    s_bReplyPending = false;
+    s_nRepliesPending = 0;
     MarkLost();
     s_steps.forget();
     g_AutoMonitor.PauseMonitor();

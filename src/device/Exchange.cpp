@@ -41,11 +41,8 @@ void QuietLine()
     // The reply to the last packet of a run that is ending, or to a command that got none in time,
     // and whatever came unasked, is not the reply to the command that follows.
     CAutoCriticalSection lock(g_AccessCriticalSection);
-    if (s_bReplyPending) {
-        unsigned char reply[kReplyBytes];
-        DeviceReadData(reply, sizeof reply);
-        s_bReplyPending = false;
-    }
+    ReadPendingReplies();
+    s_nRepliesPending = 0;
     DeviceDiscardInput();
 }
 
@@ -80,6 +77,14 @@ bool TakeLineForThisThread()
     return true;
 }
 }  // namespace
+
+void ReadPendingReplies()
+{
+    unsigned char reply[kReplyBytes];
+    while (s_nRepliesPending > 0 && DeviceReadData(reply, sizeof reply) >= 1) {
+        s_nRepliesPending -= 1;
+    }
+}
 
 void PausePollingThread() { g_hPollingEvent.ResetEvent(); }
 void ResumePollingThread() { g_hPollingEvent.SetEvent(); }
@@ -209,6 +214,6 @@ bool ReceiveReply(std::uint8_t* reply, unsigned length)
     if (t_line != LineState::kGranted) return false;
     const bool complete = DeviceReadData(reply, length) == length;
     // The reply may still come: it is read away before the next command goes out.
-    if (!complete && !s_ECGGoing) s_bReplyPending = true;
+    if (!complete && !s_ECGGoing) s_nRepliesPending += 1;
     return complete;
 }

@@ -124,6 +124,10 @@ private:
     CInterruptLock interrupt_;
 };
 
+// Reads the replies that may still come, each for one read budget at the longest; those that do not
+// stay pending. The caller holds g_AccessCriticalSection.
+void ReadPendingReplies();
+
 // For flash frames inside a held exchange.
 bool SendRequest(const std::uint8_t* request, unsigned length)
     REQUIRES(g_APICriticalSection, g_InterruptCriticalSection);

@@ -164,7 +164,7 @@ bool DrainPort()
     unsigned char block[kReplyBytes];
     for (unsigned i = 0; i < kMaxDrainedBlocks; ++i) {
         if (DeviceReadData(block, sizeof block) != 0) continue;
-        s_bReplyPending = false;  // nothing more comes
+        s_nRepliesPending = 0;  // nothing more comes
         return true;
     }
     return false;

@@ -13,9 +13,9 @@ extern Shared<bool> s_ECGGoing;
 // Photodiode sampling is running. Written by the PPG sensor calls.
 extern Shared<bool> g_PPG_PDSamplingRunning;
 
-// A data packet was written and its reply is not read yet, or a command got none in time. Touched
-// under g_AccessCriticalSection by whoever reads the reply.
-extern Shared<bool> s_bReplyPending;
+// Replies that may still come: to packets, and to commands that got none in time. Touched under
+// g_AccessCriticalSection by whoever writes the packet or reads a reply.
+extern Shared<int> s_nRepliesPending;
 
 // Held while a packet is built: whoever takes it replaces what the samples are computed from, or
 // written to. Nothing else is waited for under it.

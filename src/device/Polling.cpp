@@ -34,7 +34,7 @@ bool ReadStreamReply()
     CAutoCriticalSection lock(g_AccessCriticalSection);
     unsigned char reply[kReplyBytes];
     if (DeviceReadData(reply, sizeof reply) < 1) return false;
-    s_bReplyPending = false;
+    s_nRepliesPending = 0;
     return true;
 }
 

@@ -35,10 +35,10 @@ bool WritePacket(unsigned char* buffer) REQUIRES(g_InterruptCriticalSection)
     if (s_pace != Pace::kDevice) {
         if (!g_bPortAdopted || g_bConnected != 0) return false;
         DeviceDiscardInput();
+        s_nRepliesPending = 0;
     }
-    s_bReplyPending = true;
     const bool sent = DeviceWriteData(buffer, kPacketBytes, 0) == kPacketBytes;
-    if (!sent) s_bReplyPending = false;
+    if (sent) s_nRepliesPending += 1;
     return sent;
 }
 
@@ -201,15 +201,13 @@ void _SendStopPacket()
     CAutoResumePolling resume;
     PausePollingThread();
     s_ECGGoing = false;
-    unsigned char reply[kReplyBytes];
-    {
-        CAutoCriticalSection lock(g_AccessCriticalSection);
-        if (s_bReplyPending) DeviceReadData(reply, sizeof reply);
-        s_bReplyPending = false;
-    }
+    CAutoCriticalSection lock(g_AccessCriticalSection);
+    ReadPendingReplies();
     if (g_bConnected == 0 && !g_bPortAdopted) return;  // a port that is only being probed
-    DeviceWriteData(buffer, kPacketBytes, 1);
-    DeviceReadData(reply, sizeof reply);
+    // A reply that comes late is read away before the next command goes out.
+    if (DeviceWriteData(buffer, kPacketBytes, 1) == kPacketBytes) s_nRepliesPending += 1;
+    unsigned char reply[kReplyBytes];
+    if (DeviceReadData(reply, sizeof reply) >= 1 && s_nRepliesPending > 0) s_nRepliesPending -= 1;
 }
 
 void EndRunForUnload()

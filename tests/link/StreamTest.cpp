@@ -299,6 +299,25 @@ TEST(Stream, OffRightAfterOnHoweverOftenReturnsWithTheOutputOff)
     ExpectNoRefusals(instrument);
 }
 
+// The last replies of a run come after the time that they are given: they are not taken for those of
+// the commands that follow.
+TEST(Stream, LateRepliesAtItsEndAreNotTakenForThoseOfCommands)
+{
+    SimulatedInstrument instrument(0);
+    CConnectedHost host;
+    for (int i = 0; i < 3; ++i) {
+        ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_SINE), 0);
+        ASSERT_TRUE(instrument.WaitForMorePackets(3));
+        Fault late = MakeFault(FaultKind::LateReply, Request::Stream, 2);
+        late.delay = Milliseconds(150);
+        instrument.Inject(late);
+        ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_OFF), 0);
+        EXPECT_EQ(VRAXApplyPacing(), 1);
+        EXPECT_EQ(VRAXGetUSBBusVoltage(), kUsbVoltage);
+    }
+    ExpectNoRefusals(instrument);
+}
+
 TEST(Stream, WaitsForItsSignalAndStartsWithIt)
 {
     SimulatedInstrument instrument(RealTime());
