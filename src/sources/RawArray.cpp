@@ -1,11 +1,13 @@
 #include "sources/RawArray.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "device/LineState.h"
 
 namespace {
 constexpr double kMicrovoltsPerMv = 1000.0;
+constexpr double kRounding = 1e-6;  // samples; a time at the period's end is no gap
 constexpr int kDefaultRate = 20000;
 }  // namespace
 
@@ -26,9 +28,11 @@ double RawArrayVoltage(double t)
 {
     const double* samples = g_pECGRawData;
     const double position = g_nECGRawSampleRate * t;
+    const int size = g_nECGRawSize;
     // Also false for a position that is no number.
-    if (samples == nullptr || !(position >= 0.0 && position < g_nECGRawSize)) return 0.0;
-    const double sample = samples[static_cast<int>(position)];
+    const bool inside = position > -1.0 && position < size + kRounding;
+    if (samples == nullptr || size < 1 || !inside) return 0.0;
+    const double sample = samples[std::min(static_cast<int>(position), size - 1)];
     return ECGFileUnitMV != 0 ? sample : sample / kMicrovoltsPerMv;
 }
 

@@ -33,6 +33,23 @@ TEST(RawArray, IsEmptyAtLoad)
     EXPECT_EQ(VoltageAt(0.0), 0.0);
 }
 
+// Three samples a turn of 12 ms, each held for 80 of the 20000 a second; a time at a seam may round to
+// either side.
+TEST(RawArray, RepeatsWithoutAGap)
+{
+    const double samples[] = {1.0, 2.0, 3.0};
+    ASSERT_EQ(SetRawArray(3, samples, 250), 0);
+    std::vector<double> out(20000);
+    ASSERT_EQ(GetRawDataArrayEx(OUTPUT_ECG_FILE, out.data(), 20000, 20000), 20000);
+    for (std::size_t i = 0; i < out.size(); ++i) {
+        const double held = samples[i / 80 % 3];
+        const double before = samples[(i / 80 + 2) % 3];
+        if (i % 80 != 0 || out[i] != before) {
+            ASSERT_EQ(out[i], held) << i;
+        }
+    }
+}
+
 TEST(RawArray, HoldsACopyOfWhatWasHandedOver)
 {
     std::vector<double> samples(kSamples, kSamples + kCount);
