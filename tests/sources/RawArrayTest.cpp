@@ -149,7 +149,7 @@ TEST(RawArray, IsHeldFromSampleToSample)
 TEST(RawArray, IsZeroOutsideItself)
 {
     ASSERT_EQ(SetRawArray(kCount, kSamples, 4), 0);
-    for (const double t : {1.25, 100.0, 1e300, -0.1}) EXPECT_EQ(RawArrayVoltage(t), 0.0) << t;
+    for (const double t : {1.26, 100.0, 1e300, -0.26}) EXPECT_EQ(RawArrayVoltage(t), 0.0) << t;
 }
 
 TEST(RawArray, InMicrovoltsIsDividedByAThousand)
