@@ -2,62 +2,17 @@
 
 #include <gtest/gtest.h>
 
-#include <mutex>
-#include <utility>
 #include <vector>
 
 #include "support/ApiLogFile.h"
 #include "support/LinkHost.h"
+#include "support/WaveformEnds.h"
 
 using namespace instrument;
 
 namespace {
 
 constexpr double kRate = 20000.0;
-
-// The ends that the library told: play time and period.
-class Ends {
-public:
-    static void Register()
-    {
-        RegisterStandardWaveformCB([](double t, double period) {
-            const std::lock_guard lock(State().mutex);
-            State().told.emplace_back(t, period);
-        });
-    }
-    static std::vector<std::pair<double, double>> Told()
-    {
-        const std::lock_guard lock(State().mutex);
-        return State().told;
-    }
-
-    // Once, with the first sample beyond the period.
-    static void ExpectOne(double period)
-    {
-        const std::vector<std::pair<double, double>> told = Told();
-        ASSERT_EQ(told.size(), 1U);
-        EXPECT_EQ(told[0].second, period);
-        EXPECT_GT(told[0].first, period);
-        EXPECT_LE(told[0].first, period + 1.0 / kRate + 1e-9);
-    }
-
-private:
-    struct Record {
-        std::mutex mutex;
-        std::vector<std::pair<double, double>> told;
-    };
-    static Record& State()
-    {
-        static Record& record = *new Record;  // told until the process has ended
-        return record;
-    }
-};
-
-// The output is off and its run has ended.
-bool WaitForTheEnd()
-{
-    return Eventually([] { return VRAXGetOutputFunction() == OUTPUT_OFF && VRAXIsPlaying() == 0; });
-}
 
 Options KeepingSamples()
 {
@@ -68,7 +23,7 @@ Options KeepingSamples()
 
 class WaveformEnd : public testing::Test {
 protected:
-    WaveformEnd() { Ends::Register(); }
+    WaveformEnd() { WaveformEnds::Register(); }
 
     SimulatedInstrument instrument_{KeepingSamples()};
     CConnectedHost host_{kPatientMs};
@@ -83,8 +38,8 @@ TEST_F(WaveformEnd, IsToldOnceAndEndsTheRun)
     ASSERT_EQ(VRAXSetSpecialWave251(3), 0);
     ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_IEC251), 0);
     ASSERT_TRUE(instrument_.WaitForStop());
-    ASSERT_TRUE(WaitForTheEnd());
-    Ends::ExpectOne(1.0);
+    ASSERT_TRUE(WaitForTheEndOfTheRun());
+    WaveformEnds::ExpectOne(1.0, kRate);
     EXPECT_TRUE(Eventually([&] { return instrument_.Relays().operateMode == 8; }));
     EXPECT_EQ(instrument_.Statistics().runs, 1U);
     EXPECT_EQ(instrument_.Statistics().sequenceErrors, 0U);
@@ -118,14 +73,14 @@ TEST_F(WaveformEnd, ComesAtOnceWhenLoopingIsSwitchedOffBeyondIt)
     ASSERT_EQ(VRAXSetSpecialWave247(1), 0);
     ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_IEC247), 0);
     ASSERT_TRUE(instrument_.WaitForPackets(250));  // 8.75 s, more than two periods
-    EXPECT_TRUE(Ends::Told().empty());
+    EXPECT_TRUE(WaveformEnds::Told().empty());
     EXPECT_EQ(VRAXIsPlaying(), 1);
     VRAXSetSpecialWaveformLoop(0);
     ASSERT_TRUE(instrument_.WaitForStop());
-    ASSERT_TRUE(WaitForTheEnd());
-    ASSERT_EQ(Ends::Told().size(), 1U);
-    EXPECT_GT(Ends::Told()[0].first, 8.7);
-    EXPECT_EQ(Ends::Told()[0].second, 3.996);
+    ASSERT_TRUE(WaitForTheEndOfTheRun());
+    ASSERT_EQ(WaveformEnds::Told().size(), 1U);
+    EXPECT_GT(WaveformEnds::Told()[0].first, 8.7);
+    EXPECT_EQ(WaveformEnds::Told()[0].second, 3.996);
 }
 
 TEST_F(WaveformEnd, ComesAgainWithEveryRun)
@@ -134,8 +89,8 @@ TEST_F(WaveformEnd, ComesAgainWithEveryRun)
     for (unsigned run = 1; run <= 3; ++run) {
         ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_ANE20000), 0);
         ASSERT_TRUE(instrument_.WaitForStop(run));
-        ASSERT_TRUE(WaitForTheEnd());
-        EXPECT_EQ(Ends::Told().size(), run);
+        ASSERT_TRUE(WaitForTheEndOfTheRun());
+        EXPECT_EQ(WaveformEnds::Told().size(), run);
     }
     EXPECT_EQ(instrument_.Statistics().runs, 3U);
 }
@@ -146,17 +101,17 @@ TEST_F(WaveformEnd, ComesWithoutAListenerToo)
     VRAXSetSpecialWaveformLoop(0);
     ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_IEC251), 0);
     EXPECT_TRUE(instrument_.WaitForStop());
-    EXPECT_TRUE(WaitForTheEnd());
-    EXPECT_TRUE(Ends::Told().empty());
+    EXPECT_TRUE(WaitForTheEndOfTheRun());
+    EXPECT_TRUE(WaveformEnds::Told().empty());
 }
 
 TEST(WaveformEndWithoutAnInstrument, IsToldOnceAndEndsTheRun)
 {
     CListeningHost host;
-    Ends::Register();
+    WaveformEnds::Register();
     VRAXSetSpecialWaveformLoop(0);
     ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_IEC251), 0);
-    ASSERT_TRUE(Eventually([] { return !Ends::Told().empty(); }));
-    ASSERT_TRUE(WaitForTheEnd());
-    Ends::ExpectOne(1.0);
+    ASSERT_TRUE(Eventually([] { return !WaveformEnds::Told().empty(); }));
+    ASSERT_TRUE(WaitForTheEndOfTheRun());
+    WaveformEnds::ExpectOne(1.0, kRate);
 }
