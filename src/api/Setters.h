@@ -12,6 +12,9 @@ constexpr int kOutOfRange = -2;
 constexpr int kRefused = -3;
 constexpr int kRefusedByTest = -4;
 
+constexpr int kLowestSampleRate = 100;  // Hz, of the stream and of a record
+constexpr int kHighestSampleRate = 40000;
+
 // An application that registered a connection listener may set parameters while disconnected.
 inline bool CanSetParameters()
 {

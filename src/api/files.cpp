@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <limits>
 #include <memory>
+#include <new>
 
 #include "api/Setters.h"
 #include "sources/EcgAha.h"
@@ -11,6 +12,7 @@
 #include "sources/RawArray.h"
 #include "sources/Wfdb.h"
 #include "sources/edfFile.h"
+#include "streaming/Change.h"
 #include "vrax.h"
 
 namespace {
@@ -19,8 +21,6 @@ constexpr int kNoSignalFile = -2;
 constexpr int kNoSuchChannel = -3;
 constexpr int kNothingLoaded = -4;
 constexpr int kRateOutOfRange = -5;
-constexpr int kLowestRate = 100;
-constexpr int kHighestRate = 40000;
 constexpr double kMvPerMicrovolt = 0.001;
 
 struct Freer {
@@ -28,12 +28,26 @@ struct Freer {
 };
 using FloatArray = std::unique_ptr<float[], Freer>;
 
+// What a loader gives, or its code where there is no memory: nothing is thrown to the application.
+template <class Loader>
+int Load(int noMemory, Loader loader)
+{
+    int result = noMemory;
+    try {
+        result = loader();
+    } catch (const std::bad_alloc&) {
+        EmptyRawArray();
+    }
+    RecordReplaced();
+    return result;
+}
+
 // Takes over the samples. A rate that cannot be played is told, but the record stays.
 int TakeRecord(double* samples, int count, int rate)
 {
     ReplaceRawArray(samples, count, rate);
     ECGFileUnitMV = 1;
-    return IsOutside(rate, kLowestRate, kHighestRate) ? kRateOutOfRange : count;
+    return IsOutside(rate, kLowestSampleRate, kHighestSampleRate) ? kRateOutOfRange : count;
 }
 
 // The physical values of a recording are microvolts. Null without memory.
@@ -46,23 +60,9 @@ double* ToMillivolts(const float* microvolts, int count)
     }
     return samples;
 }
-}  // namespace
 
-int CheckECGTxtChannel(const char* path, char** names) { return ReadEcgTextNames(path, names); }
-
-int VRAXLoadECGtxt(const char* path, int channel)
+int LoadEdf(const char* path, int channel)
 {
-    CApiLock lock;
-    return LoadEcgText(path, channel);
-}
-
-int LoadECGBin(const char* path) { return LoadEcgBinary(path); }
-
-int LoadECGAHA(const char* path, int channel) { return LoadEcgAha(path, channel); }
-
-int VRAXLoadECGedf(const char* path, int channel)
-{
-    CApiLock lock;
     EdfFile file;
     const int error = file.readFile(path);
     if (error != EdfFile::kOpened) return error;
@@ -81,9 +81,8 @@ int VRAXLoadECGedf(const char* path, int channel)
     return TakeRecord(samples, count, perRecord / header.durationOfDataRecordInSeconds);
 }
 
-int VRAXLoadECGdat(const char* heaPath, const char* datPath, int channel)
+int LoadWfdb(const char* heaPath, const char* datPath, int channel)
 {
-    CApiLock lock;
     HeaFile header;
     if (!header.OpenFile(heaPath)) return kNoHeaderFile;
     DatFile signals;
@@ -100,4 +99,44 @@ int VRAXLoadECGdat(const char* heaPath, const char* datPath, int channel)
         return kNothingLoaded;
     }
     return TakeRecord(samples, count, header.GetSampleRate());
+}
+}  // namespace
+
+int CheckECGTxtChannel(const char* path, char** names)
+{
+    try {
+        return ReadEcgTextNames(path, names);
+    } catch (const std::bad_alloc&) {
+        return kNoHeaderFile;
+    }
+}
+
+int VRAXLoadECGtxt(const char* path, int channel)
+{
+    constexpr int kNoMemory = -6;
+    CApiLock lock;
+    return Load(kNoMemory, [=] { return LoadEcgText(path, channel); });
+}
+
+int LoadECGBin(const char* path)
+{
+    return Load(kNothingLoaded, [=] { return LoadEcgBinary(path); });
+}
+
+int LoadECGAHA(const char* path, int channel)
+{
+    constexpr int kNoMemory = -5;
+    return Load(kNoMemory, [=] { return LoadEcgAha(path, channel); });
+}
+
+int VRAXLoadECGedf(const char* path, int channel)
+{
+    CApiLock lock;
+    return Load(kNothingLoaded, [=] { return LoadEdf(path, channel); });
+}
+
+int VRAXLoadECGdat(const char* heaPath, const char* datPath, int channel)
+{
+    CApiLock lock;
+    return Load(kNothingLoaded, [=] { return LoadWfdb(heaPath, datPath, channel); });
 }

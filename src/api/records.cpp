@@ -20,8 +20,6 @@
 namespace {
 constexpr int kNoSamples = -1;
 constexpr int kNoMemory = -2;
-constexpr int kLowestRate = 100;
-constexpr int kHighestRate = 40000;
 constexpr int kLongestSeconds = 1800;
 
 // The samples of a function from time 0 on, with the parameters as they are.
@@ -61,6 +59,7 @@ int SetRawArray(int count, const double* samples, int rate)
     std::memcpy(copy, samples, bytes);
     ReplaceRawArray(copy, count, rate);
     ECGFileUnitMV = 1;
+    RecordReplaced();
     return kOk;
 }
 
@@ -78,7 +77,7 @@ int GetRawDataArrayEx(unsigned function, double* out, int count, int rate)
 {
     CApiLock lock;
     if (IsLineBusy() || IsRunGoing() || out == nullptr) return 0;
-    if (IsOutside(rate, kLowestRate, kHighestRate)) return 0;
+    if (IsOutside(rate, kLowestSampleRate, kHighestSampleRate)) return 0;
     {
         CAutoCriticalSection recordStays(g_PacketCriticalSection);
         Render(static_cast<int>(function), out, count, rate);
@@ -98,7 +97,7 @@ int VRAXSetSampleRate(int rate)
 {
     CApiLock lock;
     if (!CanSetParameters()) return kNoDevice;
-    if (IsOutside(rate, kLowestRate, kHighestRate)) return kOutOfRange;
+    if (IsOutside(rate, kLowestSampleRate, kHighestSampleRate)) return kOutOfRange;
     if (s_ECGGoing) return kRefused;
     s_sampleRate = rate;
     s_freqDivider = std::min<int>(s_freqDivider, rate);

@@ -1690,8 +1690,9 @@ VRAX_API void VRAXSynchronizationSignalResetEvent(VRAXSynchronizationSignal sign
  * @defgroup files Recordings from files
  *
  * Each loader replaces the record that #OUTPUT_ECG_FILE plays by one channel of a file, in
- * millivolts, and returns the number of its samples. The next run plays it; a run that is on hears
- * the new samples at once, with the length of cycle that it started with.
+ * millivolts, and returns the number of its samples. The next run plays it; a run that is on plays
+ * 0 mV while the file is read and then the new samples, with the length of cycle that it started
+ * with. No run should be started, and no parameter set, by another thread meanwhile.
  *
  * A file that is refused before its samples are looked at leaves the old record in place. The codes
  * with which it is gone are marked: the record is then empty. Numbers in text are read with a

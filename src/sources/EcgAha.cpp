@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "platform/File.h"
+#include "sources/BlockSize.h"
 #include "sources/ParseNumber.h"
 #include "sources/RawArray.h"
 #include "sources/SampleBuffer.h"
@@ -28,9 +29,9 @@ constexpr int kChannels = 2;
 constexpr double kUnitsPerMv = 400.0;
 constexpr double kRate = 250.0;  // Hz
 constexpr std::size_t kGroupBytes = 5;
-constexpr std::size_t kBlockGroups = 8192;
-constexpr std::size_t kBlockBytes = 65536;
-constexpr std::size_t kLineBytes = 128;  // the two fields stand at its start
+constexpr std::size_t kBlockGroups = kBlockBytes / 8;
+constexpr std::size_t kLineBytes = 256;         // the two fields stand at its start
+constexpr std::int64_t kShortestLineBytes = 4;  // "1,2" and its end
 constexpr auto kMostSamples = static_cast<std::size_t>(std::numeric_limits<int>::max());
 
 bool IsSeparator(char character) { return character == ',' || character == ' '; }
@@ -90,19 +91,25 @@ private:
     std::size_t loaded_ = 0;
 };
 
-// Right where one character ends all lines; with mixed ends the array grows later. False when the
-// file cannot be read.
+bool IsLineEnd(char character) { return character == '\n' || character == '\r'; }
+
+// Lines that are not empty, no more than the file can hold. False when it cannot be read.
 bool CountLines(std::FILE* file, std::size_t& count)
 {
-    std::ptrdiff_t lineFeeds = 0;
-    std::ptrdiff_t returns = 0;
+    std::int64_t lines = 1;
+    bool isEmpty = true;
     CLinePieces pieces(file);
     std::string_view piece;
     while (pieces.Next(piece)) {
-        lineFeeds += std::count(piece.begin(), piece.end(), '\n');
-        returns += std::count(piece.begin(), piece.end(), '\r');
+        for (const char character : piece) {
+            const bool isEnd = IsLineEnd(character);
+            lines += isEnd && !isEmpty ? 1 : 0;
+            isEmpty = isEnd;
+        }
     }
-    count = static_cast<std::size_t>(std::max(lineFeeds, returns)) + 1;
+    const std::int64_t bytes = GetFileSize(file);
+    if (bytes >= 0) lines = std::min(lines, (bytes + 1) / kShortestLineBytes);
+    count = static_cast<std::size_t>(lines);
     return std::ferror(file) == 0;
 }
 

@@ -7,6 +7,7 @@
 
 #include "platform/ByteOrder.h"
 #include "platform/File.h"
+#include "sources/BlockSize.h"
 #include "sources/RawArray.h"
 #include "sources/SampleBuffer.h"
 
@@ -23,12 +24,7 @@ constexpr double kMicrovoltsPerMv = 1000.0;
 
 constexpr std::size_t kHeaderBytes = 6;
 constexpr std::size_t kWordBytes = 2;
-constexpr std::size_t kBlockWords = 16384;
-
-std::uint32_t CountFrom(const std::uint8_t* bytes)
-{
-    return std::uint32_t{ReadBig16(bytes)} << 16 | ReadBig16(bytes + 2);
-}
+constexpr std::size_t kBlockWords = kBlockBytes / kWordBytes;
 
 double MillivoltsOf(const std::uint8_t* word)
 {
@@ -67,7 +63,7 @@ int LoadEcgBinary(const char* path)
     const std::size_t got = std::fread(header, 1, kHeaderBytes, file.get());
     const unsigned rate = ReadBig16(header);
     if (got < 2 || rate < kLowestRate || rate > kHighestRate) return kNoRate;
-    const std::uint32_t count = CountFrom(header + 2);
+    const std::uint32_t count = ReadBig32(header + 2);
     if (got < kHeaderBytes || count == 0 || count > kMostSamples) return kNoCount;
 
     EmptyRawArray();

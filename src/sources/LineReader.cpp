@@ -4,10 +4,9 @@
 #include <cstring>
 
 #include "platform/File.h"
+#include "sources/BlockSize.h"
 
-namespace {
-constexpr std::size_t kBlockBytes = 65536;
-}  // namespace
+namespace {}  // namespace
 
 CLineReader::CLineReader(std::FILE* file)
     : file_(file), block_(std::make_unique_for_overwrite<char[]>(kBlockBytes))

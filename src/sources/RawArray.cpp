@@ -7,7 +7,7 @@
 
 namespace {
 constexpr double kMicrovoltsPerMv = 1000.0;
-constexpr double kRounding = 1e-6;  // samples; a time at the period's end is no gap
+constexpr double kRounding = 1e-3;  // samples; a time at the period's end is no gap
 constexpr int kDefaultRate = 20000;
 }  // namespace
 

@@ -1,8 +1,6 @@
 // The record that output function 13 plays: samples of one channel, loaded or handed over.
 #pragma once
 
-#include <algorithm>
-
 #include "platform/Shared.h"
 
 // Null when empty. Replaced under g_PacketCriticalSection, so never while a packet is built.
@@ -21,7 +19,7 @@ double GetRawArrayPeriod();
 double RawArrayVoltage(double t);
 
 // A value of a loaded recording, held within 20 mV of zero. A NaN stays one.
-inline double ClampToRecordRange(double mv) { return std::clamp(mv, -20.0, 20.0); }
+inline double ClampToRecordRange(double mv) { return mv > 20.0 ? 20.0 : mv < -20.0 ? -20.0 : mv; }
 
 // Takes over `samples` (from malloc, may be null) and frees the record before it.
 void ReplaceRawArray(double* samples, int count, double rate);

@@ -7,8 +7,6 @@
 
 namespace {
 constexpr std::int64_t kAlwaysMissing = 4096;  // samples, 11 s at 360 Hz
-// Reading on is cheaper than another system call up to about here.
-constexpr std::int64_t kLongStrideBytes = 16384;
 
 // Fewer bytes than asked for at the end of the file and where it cannot be read.
 std::size_t ReadAt(int descriptor, std::int64_t offset, std::uint8_t* bytes, std::size_t count)

@@ -1,23 +1,14 @@
 // The samples of a binary file, read in blocks, and how far its header is believed.
 #pragma once
 
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <memory>
 #include <span>
 
-inline std::uint16_t ReadLittle16(const std::uint8_t* bytes)
-{
-    std::uint16_t value;
-    std::memcpy(&value, bytes, sizeof value);
-    if constexpr (std::endian::native == std::endian::big) {
-        value = static_cast<std::uint16_t>(value << 8 | value >> 8);
-    }
-    return value;
-}
+#include "platform/ByteOrder.h"
+#include "sources/BlockSize.h"
 
 // Whether a file that holds `held` samples may deliver `promised`. A recording that was cut short
 // still plays: at least half of it is there, or no more than a few seconds are missing. A header
@@ -26,8 +17,6 @@ bool IsPromiseCredible(std::int64_t promised, std::int64_t held);
 
 class CBlockReader {
 public:
-    static constexpr std::size_t kBlockBytes = 65536;
-
     // `stride` is the distance between pieces that are wanted, in bytes: where it is long, what
     // lies between is not read.
     CBlockReader(std::FILE* file, std::int64_t stride);

@@ -12,7 +12,7 @@
 namespace {
 constexpr std::int64_t kHeaderBytes = 256;  // the fixed header, and as much for each signal
 constexpr std::int64_t kSampleBytes = 2;
-constexpr std::int64_t kBlockSamples = CBlockReader::kBlockBytes / kSampleBytes;
+constexpr std::int64_t kBlockSamples = kBlockBytes / kSampleBytes;
 
 // Where a signal's samples lie: a run in each data record.
 struct SignalRuns {

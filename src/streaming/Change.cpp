@@ -77,6 +77,11 @@ void _ChangeRequested()
     Change();
 }
 
+void RecordReplaced()
+{
+    if (s_ECGGoing && g_MainOutput == OUTPUT_ECG_FILE && s_tp == 0.0) _ChangeRequested();
+}
+
 void ApplyPendingChange()
 {
     Change();

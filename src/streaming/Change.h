@@ -10,5 +10,9 @@ void Change();
 // After a setter has stored its value: at the end of the cycle while a run streams, else at once.
 void _ChangeRequested();
 
+// After a record was loaded or handed over: a run whose cycle was derived while there was none
+// derives it anew.
+void RecordReplaced();
+
 // The pending change, on the thread that builds packets.
 void ApplyPendingChange();

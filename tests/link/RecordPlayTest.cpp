@@ -331,6 +331,22 @@ TEST_F(RecordPlay, IsZeroWithoutARecord)
     EXPECT_TRUE(WaveformEnds::Told().empty());
 }
 
+TEST_F(RecordPlay, TakesUpTheFirstRecordOfARunThatBeganWithoutOne)
+{
+    ClearRawArray();
+    ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_ECG_FILE), 0);
+    ASSERT_TRUE(instrument_.WaitForPackets(3));
+    ASSERT_EQ(HandOverRecord(kRecord), 0);
+    ASSERT_TRUE(codes_.WaitFor(codes_.Count() + kThreePeriods));
+    const std::vector<std::int16_t> codes = codes_.Get();
+    const std::vector<long> steps = TimeSteps(codes.size(), kStreamRate);
+    std::size_t i = 0;
+    while (i < codes.size() && codes[i] == 0) ++i;
+    EXPECT_GE(i, 3 * kPacketSamples);
+    ASSERT_LT(i, codes.size());
+    for (; i < codes.size(); ++i) ASSERT_TRUE(kRecord.Gives(codes[i], steps[i])) << i;
+}
+
 TEST_F(RecordPlay, TearsNoSampleWhileRecordsAreLoaded)
 {
     const std::string first = WriteText(kFirst, "first.txt");

@@ -4,6 +4,7 @@
 
 #include "support/CommaLocale.h"
 #include "support/Descriptors.h"
+#include "support/PeakMemory.h"
 #include "support/RecordFiles.h"
 
 namespace {
@@ -84,6 +85,17 @@ TEST_F(AhaFile, OfTextTakesEveryLineEndAndLeavesOutBlankLines)
 {
     ASSERT_EQ(LoadText("\r\n400 1\r\n\n \t \r800 2\r\r1200 3"), 3);
     EXPECT_EQ(Record(), (std::vector<double>{1.0, 2.0, 3.0}));
+}
+
+TEST_F(AhaFile, OfTextTakesNoMemoryForBlankLines)
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer's own memory hides that of the library";
+#endif
+    const std::string path = Write("record.txt", std::string(10000000, '\n') + "400,800\n");
+    const long before = PeakMemoryBytes();
+    EXPECT_EQ(LoadECGAHA(path.c_str(), 0), 1);
+    EXPECT_LT(PeakMemoryBytes() - before, 1000000L);
 }
 
 TEST_F(AhaFile, OfTextLeavesOutLinesWithoutTheNumber)

@@ -50,6 +50,16 @@ TEST(RawArray, RepeatsWithoutAGap)
     }
 }
 
+// A change that comes while there is no record leaves the run without a cycle.
+TEST(RawArray, IsHeardByARunWhoseCycleWasDerivedWithoutOne)
+{
+    OfflineRun run(OUTPUT_ECG_FILE, 1000);
+    for (const instrument::Slot& slot : run.NextSamples(700)) ASSERT_EQ(slot.ac, 0);
+    const double samples[] = {5.0};
+    ASSERT_EQ(SetRawArray(1, samples, 250), 0);
+    EXPECT_EQ(run.NextSamples(700).back().ac, 8000);
+}
+
 TEST(RawArray, HoldsACopyOfWhatWasHandedOver)
 {
     std::vector<double> samples(kSamples, kSamples + kCount);
