@@ -6,8 +6,6 @@
 #include "platform/File.h"
 #include "sources/BlockSize.h"
 
-namespace {}  // namespace
-
 CLineReader::CLineReader(std::FILE* file)
     : file_(file), block_(std::make_unique_for_overwrite<char[]>(kBlockBytes))
 {}

@@ -284,7 +284,7 @@ TEST(Stream, OffBeforeTheFirstPacketEndsTheRun)
 TEST(Stream, OffRightAfterOnHoweverOftenReturnsWithTheOutputOff)
 {
     SimulatedInstrument instrument(0);
-    CConnectedHost host;
+    CConnectedHost host(kPatientMs);
     CCall<int> toggle([] {
         for (int i = 0; i < 20; ++i) {
             VRAXSetOutputFunction(OUTPUT_SINE);
@@ -304,12 +304,13 @@ TEST(Stream, OffRightAfterOnHoweverOftenReturnsWithTheOutputOff)
 TEST(Stream, LateRepliesAtItsEndAreNotTakenForThoseOfCommands)
 {
     SimulatedInstrument instrument(0);
-    CConnectedHost host;
+    constexpr unsigned kReplyMs = 400;  // a busy machine is not late by that
+    CConnectedHost host(kReplyMs);
     for (int i = 0; i < 3; ++i) {
         ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_SINE), 0);
         ASSERT_TRUE(instrument.WaitForMorePackets(3));
         Fault late = MakeFault(FaultKind::LateReply, Request::Stream, 2);
-        late.delay = Milliseconds(150);
+        late.delay = Milliseconds(kReplyMs + 150);
         instrument.Inject(late);
         ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_OFF), 0);
         EXPECT_EQ(VRAXApplyPacing(), 1);
