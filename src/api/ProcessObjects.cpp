@@ -73,6 +73,7 @@ public:
 
     ~CLibrary()
     {
+        const bool callsInside = CApiLock::CallsInside() > 0;
         g_ConnectedCallback = nullptr;
         AbortDeviceWaits();
         const CReleaseWaitingCommands release;
@@ -83,19 +84,21 @@ public:
         JoinConnectThread();
         if (IsInsideLibrary()) return;
         JoinPollingThread();
-        WaitForCallsToLeave();
+        if (callsInside) WaitForCallsToLeave();
         FreeRawArrays();
         FreeCalibrationCache();
     }
 
 private:
-    // Calls that were released are on their way out of the library's code.
+    // Calls that were released are on their way out of the library's code. The last steps of one,
+    // after it is counted out, take no time of their own, but a busy machine may hold it there.
     static void WaitForCallsToLeave()
     {
         constexpr int kLooks = 100;
         constexpr unsigned kLookMs = 10;
+        constexpr unsigned kLastStepsMs = 200;
         for (int i = 0; i < kLooks && CApiLock::CallsInside() > 0; ++i) SleepMilliseconds(kLookMs);
-        SleepMilliseconds(kLookMs);
+        SleepMilliseconds(kLastStepsMs);
     }
 };
 CLibrary s_library;

@@ -4,10 +4,14 @@
 
 #include <dlfcn.h>
 #include <grp.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <string>
 #include <thread>
 
@@ -55,10 +59,28 @@ bool Free()
     return true;
 }
 
-// A command on the side, which may wait for long.
+// Whether a thread of this process waits for something. One that has ended waits for nothing more.
+bool Sleeps(pid_t thread)
+{
+    std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
+    std::string text;
+    if (!std::getline(file, text)) return true;
+    return text.substr(text.rfind(')') + 2, 1) == "S";
+}
+
+// A command on the side, which may wait for long. It is inside the library when this returns: a
+// call that has not begun cannot be let out.
 bool StartCommand()
 {
-    std::thread([] { LOOK_UP(VRAXGetUSBBusVoltage)(); }).detach();
+    std::atomic<pid_t> thread{0};
+    std::thread([command = LOOK_UP(VRAXGetUSBBusVoltage), &thread] {
+        thread = static_cast<pid_t>(syscall(SYS_gettid));
+        command();
+    }).detach();
+    const auto pause = [] { std::this_thread::sleep_for(std::chrono::milliseconds(5)); };
+    while (thread == 0) pause();
+    const pid_t id = thread;
+    for (int looks = 0; looks < 3; pause()) looks = Sleeps(id) ? looks + 1 : 0;
     return true;
 }
 
