@@ -103,12 +103,38 @@ std::string SetPace(SimulatedInstrument& instrument, const Words& words)
     return fmt::format("pace {} from the next run on", pace);
 }
 
+// The rate, and after it which frames are lost.
+std::string SetSampling(SimulatedInstrument& instrument, const Words& words)
+{
+    const bool loses = words.size() == 4 && words[2] == "lose";
+    if (words.size() != 2 && !loses) throw std::invalid_argument("sampling HZ [lose N]");
+    SamplingStream stream;
+    stream.framesPerSecond = Number(words[1], 10);
+    if (loses) stream.loseEvery = Number(words[3], 10);
+    instrument.SetSampling(stream);
+    return fmt::format("sampling: {} frames a second while it runs", words[1]);
+}
+
+std::string ModulePart(const DeviceState& state)
+{
+    const RespirationSettings respiration = state.Respiration();
+    return fmt::format(
+        "respiration {} a minute, variation {}, 1:{}, apnea {}, module words {} {} {} {}, "
+        "photodiodes {:02X}, LED levels {} {} {}, trigger levels {} {} {}, ambient light mode {}",
+        respiration.breathsPerMinute, respiration.variation, respiration.ratio,
+        respiration.apnea ? "on" : "off", state.moduleWords[0], state.moduleWords[1],
+        state.moduleWords[2], state.moduleWords[3], state.samplingMask, state.LedLevel(1),
+        state.LedLevel(2), state.LedLevel(3), state.TriggerLevel(1), state.TriggerLevel(2),
+        state.TriggerLevel(3), state.ambientMode);
+}
+
 std::optional<std::string> RunPlainWord(SimulatedInstrument& instrument, const Words& words)
 {
     const std::string& word = words.front();
     if (word == "help") return ControlHelp();
     if (word == "status") return StatusLine(instrument);
     if (word == "pace") return SetPace(instrument, words);
+    if (word == "sampling") return SetSampling(instrument, words);
     if (word == "plug") instrument.Plug();
     else if (word == "unplug") instrument.Unplug();
     else if (word == "clear") instrument.ClearFaults();
@@ -148,6 +174,7 @@ std::string ControlHelp()
            "send HEX HEX ..               unsolicited bytes now\n"
            "clear                         forget all faults\n"
            "pace real|fast                from the next run on\n"
+           "sampling HZ [lose N]          photodiode frames while sampling runs\n"
            "status, help";
 }
 
@@ -157,21 +184,24 @@ std::string StatusLine(const SimulatedInstrument& instrument)
     const PacingSettings pacing = instrument.Pacing();
     return fmt::format(
         "{} {}, operate mode {:02X}, {} Hz, relays {:06X}, lead-off mode {}, "
-        "right-leg-drive measurement {}, pacing {:.2f} mV {:.3f} ms, {}",
+        "right-leg-drive measurement {}, pacing {:.2f} mV {:.3f} ms, {}, {}",
         instrument.Path(), instrument.IsPlugged() ? "plugged" : "unplugged", relays.operateMode,
         relays.sampleRate, relays.word, relays.LeadOffMode(), relays.MeasuresRld() ? "on" : "off",
-        pacing.amplitudeMv, pacing.durationMs, SummaryLine(instrument));
+        pacing.amplitudeMv, pacing.durationMs, ModulePart(instrument.State()),
+        SummaryLine(instrument));
 }
 
 std::string SummaryLine(const SimulatedInstrument& instrument)
 {
     const StreamStatistics stream = instrument.Statistics();
+    const SamplingStatistics sampling = instrument.Sampling();
     return fmt::format(
         "packets={} samples={} runs={} stops={} sequence_errors={} mode_errors={} "
-        "underruns={} refusals={} marks={} pulses={}",
+        "underruns={} refusals={} marks={} pulses={} code_errors={} sampling_frames={} "
+        "sampling_lost={} sampling_overruns={}",
         stream.packets, stream.samples, stream.runs, stream.stopPackets, stream.sequenceErrors,
-        stream.modeErrors, stream.underruns, instrument.RefusalCount(), stream.marks,
-        stream.pulses);
+        stream.modeErrors, stream.underruns, instrument.RefusalCount(), stream.marks, stream.pulses,
+        stream.codeErrors, sampling.frames, sampling.lost, sampling.overruns);
 }
 
 }  // namespace instrument

@@ -19,6 +19,7 @@ constexpr std::size_t kFlashDataBytes = 32;
 constexpr std::size_t kFlashImageBytes = 48;
 constexpr std::size_t kFlashMark = 4;
 
+constexpr std::uint8_t kLastAcRange = 2;
 constexpr std::uint32_t kUnusedRelayBits = 0x808080;  // 7, 15 and 23
 constexpr std::uint32_t kRespirationBit = 1U << 3;    // the internal one, or the module's
 constexpr std::uint32_t kRldBit = 1U << 10;
@@ -151,10 +152,9 @@ Answer Device::Identify(RequestBytes request) const
 Answer Device::DacLevel(RequestBytes request) const
 {
     Answer answer = Acknowledge(request, HasPpg());
-    const bool isWide = options_.dac16.value_or(options_.ppgModel == kModelWithTwoChannels);
     answer.reply.size = 12;
     answer.reply.mark = 4;
-    answer.reply.bytes[4] = isWide ? 1 : 0;
+    answer.reply.bytes[4] = HasWideConverters(options_) ? 1 : 0;
     return answer;
 }
 
@@ -263,6 +263,11 @@ Answer Device::SetRelays(RequestBytes request)
     }
     if ((word & kUnusedRelayBits) != 0) {
         return Answer::Refused(fmt::format("relay word {:06X} has unused bits", word));
+    }
+    for (std::size_t i = 11; i < 14; ++i) {
+        if (request[i] > kLastAcRange) {
+            return Answer::Refused(fmt::format("AC range {} in byte {}", request[i], i));
+        }
     }
     if (!IsZeroFrom(request, 14)) return Answer::Refused("bytes 14 to 16 are not 0");
 

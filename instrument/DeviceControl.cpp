@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kRate = 8;        // breaths a minute; byte 9 is the variation, any value
 constexpr std::size_t kRatio = 10;      // 0 to 4 for 1:1 to 1:5
-constexpr std::size_t kBaseline = 11;   // index, 0 to 11
+constexpr std::size_t kBaseline = 11;   // index, 0 to 4, with the external module to 11
 constexpr std::size_t kApnea = 12;      // 0 or 1
 constexpr std::size_t kPacing = 24;     // amplitude and duration, two big-endian words
 constexpr std::size_t kPacingEnd = 28;  // bytes 28 to 37 are 0, and so stay what they are
@@ -22,11 +22,12 @@ constexpr unsigned kPacingUnitUs = 25;
 constexpr unsigned kPacingUnitWithModuleUs = 100;  // with the external respiration module
 constexpr unsigned kLongestPulseUs = 3000;
 
-std::string RespirationFault(std::span<const std::uint8_t> block)
+std::string RespirationFault(std::span<const std::uint8_t> block, bool hasModule)
 {
     if (block[kRate] > 200) return fmt::format("{} breaths a minute", block[kRate]);
     if (block[kRatio] > 4) return fmt::format("ratio index {}", block[kRatio]);
-    if (block[kBaseline] > 11) return fmt::format("baseline index {}", block[kBaseline]);
+    if (block[kBaseline] > (hasModule ? 11 : 4))
+        return fmt::format("baseline index {}", block[kBaseline]);
     if (block[kApnea] > 1) return fmt::format("apnea flag {}", block[kApnea]);
     return {};
 }
@@ -69,7 +70,7 @@ Answer Device::WriteControl(RequestBytes request)
         return Answer::Refused(fmt::format("byte {} is {:02X}; it was read as {:02X}", i,
                                            request[i], state.controlBlock[i]));
     }
-    const std::string fault = RespirationFault(request);
+    const std::string fault = RespirationFault(request, options_.respirationModule);
     if (!fault.empty()) return Answer::Refused(fault);
     const unsigned unit = options_.respirationModule ? kPacingUnitWithModuleUs : kPacingUnitUs;
     const unsigned lengthUs = BigWord(request, kPacing + 2) * unit;
@@ -88,7 +89,7 @@ Answer Device::SetRespiration(RequestBytes request)
         return Answer::Refused("bytes 3 to 7 are not 0");
     }
     if (!IsZeroFrom(request, kApnea)) return Answer::Refused("bytes 12 to 18 are not 0");
-    const std::string fault = RespirationFault(request);
+    const std::string fault = RespirationFault(request, options_.respirationModule);
     if (!fault.empty()) return Answer::Refused(fault);
 
     std::copy(request.begin() + kRate, request.begin() + kApnea + 1,
@@ -112,6 +113,16 @@ Answer Device::PulseGroups(RequestBytes request)
         if (request[i] == 3 || request[i] > 4) {
             return Answer::Refused(fmt::format("group code {} in byte {}", request[i], i));
         }
+    }
+    // A value of 0 with a group in the first slot is what the flag stands for, and nothing else.
+    const bool isFixed = BigWord(request, 36) == 0 && request[40] != 0;
+    if (request[kPulseGroups] != 0 && BigWord(request, 36) != 0) {
+        return Answer::Refused("byte 35 is 01 where bytes 36, 37 have a value");
+    }
+    if (request[kPulseGroups] == 0 && isFixed) {
+        return Answer::Refused(
+            "byte 35 is 00 where bytes 36, 37 are 0 and the first slot has a "
+            "group");
     }
     Answer answer = Acknowledge(request, HasPpg());
     if (!HasPpg()) return answer;

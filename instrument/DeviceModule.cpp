@@ -1,6 +1,7 @@
 // The commands of the plug-in modules (groups 0xAD, 0xB0, 0xCC) and the right-leg drive.
 
 #include <algorithm>
+#include <bit>
 
 #include <fmt/format.h>
 
@@ -65,6 +66,9 @@ Answer Device::Sampling(Request kind, RequestBytes request)
         return Acknowledge(request);
     }
     if (mask == 0) return Answer::Refused("no photodiode channel");
+    // A host takes one channel, two, or all.
+    if (std::popcount(mask) == 3)
+        return Answer::Refused(fmt::format("three channels {:02X}", mask));
     if (HasPpg() && kind == Request::SamplingStart) state.samplingMask = mask;
     Answer answer = Acknowledge(request, HasPpg());
     answer.reply.bytes[4] = mask;

@@ -14,13 +14,6 @@ using Bytes = std::vector<std::uint8_t>;
 constexpr std::uint32_t kSamplingTable1 = 1024;
 constexpr std::uint32_t kSamplingTable2 = 3072;
 constexpr std::uint32_t kFactorySetting = 5120;
-constexpr std::uint32_t kFactorySettingMcu = 5248;
-constexpr std::uint32_t kRespirationRwa = 5248;
-constexpr std::uint32_t kRespirationBaselines = 5312;
-constexpr std::uint32_t kRespirationTable = 5376;
-constexpr std::uint32_t kDcRows[] = {5632, 13824, 22016};
-
-constexpr double kRwaMarker = 0.60991;
 
 std::uint8_t Byte(unsigned value) { return static_cast<std::uint8_t>(value & 0xFF); }
 
@@ -72,22 +65,26 @@ void ProgramFactorySettingMcu(Flash& flash)
     flash.Program(kModuleChannel, kFactorySettingMcu, bytes);
 }
 
-void ProgramDcRows(Flash& flash)
+// Calibrated, each row is lower than a level itself by another part: 4, 2 and 1 of a hundred.
+void ProgramDcRows(Flash& flash, bool isCalibrated)
 {
+    constexpr unsigned kPercent[] = {96, 98, 99};
     for (unsigned row = 0; row < std::size(kDcRows); ++row) {
         Bytes bytes;
-        for (unsigned mv = 0; mv <= 3000; ++mv) AppendLittle(bytes, 21 * mv + row);
+        for (unsigned mv = 0; mv <= 3000; ++mv) {
+            AppendLittle(bytes, isCalibrated ? kPercent[row] * mv / 100 : 21 * mv + row);
+        }
         flash.Program(kModuleChannel, kDcRows[row], bytes);
     }
 }
 
-void ProgramPpgModule(Flash& flash, unsigned model)
+void ProgramPpgModule(Flash& flash, const Options& options)
 {
     ProgramFactorySetting(flash);
     ProgramFactorySettingMcu(flash);
     ProgramSamplingTable(flash, kSamplingTable1, 1);
     ProgramSamplingTable(flash, kSamplingTable2, 2);
-    if (model == kModelWithTwoChannels) ProgramDcRows(flash);
+    if (options.ppgModel == kModelWithTwoChannels) ProgramDcRows(flash, options.calibratedDcRows);
 }
 
 void ProgramRespirationModule(Flash& flash)
@@ -120,6 +117,11 @@ Bytes ModelRecord(const char letters[2], unsigned code, unsigned year, unsigned 
 
 }  // namespace
 
+bool HasWideConverters(const Options& options)
+{
+    return options.dac16.value_or(options.ppgModel == kModelWithTwoChannels);
+}
+
 void ProgramModelRecords(Flash& flash, const Options& options)
 {
     flash.Program(kMainChannel, 0,
@@ -136,7 +138,7 @@ void ProgramModelRecords(Flash& flash, const Options& options)
 void ProgramFactoryRecords(Flash& flash, const Options& options)
 {
     ProgramModelRecords(flash, options);
-    if (options.ppgModel) ProgramPpgModule(flash, *options.ppgModel);
+    if (options.ppgModel) ProgramPpgModule(flash, options);
     else if (options.respirationModule) ProgramRespirationModule(flash);
 }
 

@@ -15,4 +15,16 @@ void ProgramModelRecords(Flash& flash, const Options& options);
 
 constexpr unsigned kModelWithTwoChannels = 0x3407;  // asks its own board for versions
 
+// 16-bit PPG converters, else 12.
+bool HasWideConverters(const Options& options);
+
+// Byte addresses in the module's memory.
+constexpr std::uint32_t kFactorySettingMcu = 5248;
+constexpr std::uint32_t kRespirationRwa = 5248;  // marker and coefficients, doubles
+constexpr std::uint32_t kRespirationBaselines = 5312;
+constexpr std::uint32_t kRespirationTable = 5376;
+constexpr std::uint32_t kDcRows[] = {5632, 13824, 22016};
+
+constexpr double kRwaMarker = 0.60991;
+
 }  // namespace instrument

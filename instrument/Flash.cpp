@@ -91,6 +91,7 @@ void Flash::Touch(std::uint8_t channel)
 {
     ++generation_;
     if (channel == kDcChannel) ++dcGeneration_;
+    if (channel == kModuleChannel) ++moduleGeneration_;
 }
 
 std::string Flash::Save() const

@@ -38,6 +38,7 @@ public:
     // Rises with every change.
     std::uint64_t Generation() const { return generation_; }
     std::uint64_t DcGeneration() const { return dcGeneration_; }  // of the DC calibration alone
+    std::uint64_t ModuleGeneration() const { return moduleGeneration_; }  // of the module's alone
 
     // One image of all memories. Load throws std::runtime_error when `image` is not such an image.
     std::string Save() const;
@@ -50,6 +51,7 @@ private:
     bool nor_;
     std::uint64_t generation_ = 0;
     std::uint64_t dcGeneration_ = 0;
+    std::uint64_t moduleGeneration_ = 0;
 };
 
 }  // namespace instrument

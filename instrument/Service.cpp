@@ -25,6 +25,10 @@ constexpr Milliseconds kPacketPatience{1000};
 constexpr Milliseconds kHangUpPause{2};
 constexpr Milliseconds kHangUpPatience{500};
 
+constexpr unsigned kLongestBurst = 256;  // photodiode frames between two looks at the port
+// Frames that wait for room in the port: more than what a hold-up of this thread lets come due.
+constexpr std::ptrdiff_t kFrameBuffer = 2048;
+
 timespec ToTimespec(Clock::duration duration)
 {
     const auto ns = std::chrono::duration_cast<std::chrono::nanoseconds>(
@@ -37,7 +41,7 @@ timespec ToTimespec(Clock::duration duration)
 
 SimulatedInstrument::CService::CService(const Options& options)
     : device(options),
-      receiver(options.keepSamples),
+      receiver(options, device.flash),
       terminal(options.port),
       pace(options.pace),
       options_(options),
@@ -45,9 +49,10 @@ SimulatedInstrument::CService::CService(const Options& options)
       input_(kInputBytes),
       runPace_(options.pace),
       dcGeneration_(0),
+      moduleGeneration_(device.flash.ModuleGeneration()),
       packets_(std::max<std::size_t>(options.keepPackets, 1) * kPacketBytes)
 {
-    if (wantsSamples_) receiver.DecodeAlways();
+    sampler.SetStream(options.sampling);
     if (options_.plugged) terminal.Open();
     wakeDescriptor_ = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
     if (wakeDescriptor_ < 0) throw std::runtime_error("no event descriptor is left");
@@ -92,6 +97,14 @@ void SimulatedInstrument::CService::SendUnsolicited(std::span<const std::uint8_t
     Wake();  // what could not be written now
 }
 
+void SimulatedInstrument::CService::SetSampling(const SamplingStream& stream)
+{
+    const std::lock_guard lock(mutex_);
+    sampler.SetStream(stream);
+    sampler.Begin(device.state.samplingMask, Clock::now());
+    Wake();  // its next frame may be due sooner
+}
+
 void SimulatedInstrument::CService::DiscardUnread()
 {
     const std::lock_guard lock(mutex_);
@@ -114,7 +127,7 @@ void SimulatedInstrument::CService::Run()
         const Clock::time_point now = Clock::now();
         CheckPartial(now);
         SendDue(now);
-        SendSamplingBlock(now);
+        SendSamplingFrames(now);
         CheckHangUp(now);
         if (waiters_ > 0) changed_.notify_all();
     }
@@ -160,7 +173,7 @@ std::optional<Clock::time_point> SimulatedInstrument::CService::NextDeadline() c
         if (time && (!deadline || *time < *deadline)) deadline = time;
     };
     consider(partialUntil_);
-    consider(nextSampling_);
+    consider(sampler.Due());
     if (hangUp_) consider(hangUp_->next);
     if (!isBlocked_) {
         for (const Outgoing& outgoing : outbox_) consider(outgoing.due);
@@ -193,7 +206,7 @@ void SimulatedInstrument::CService::Disconnect()
     inputSize_ = 0;
     partialUntil_.reset();
     hangUp_.reset();
-    nextSampling_.reset();
+    sampler.End();
     receiver.HostStartsAnew();
 }
 
@@ -249,17 +262,30 @@ void SimulatedInstrument::CService::CheckHangUp(Clock::time_point now)
     hangUp_->next = now + Milliseconds(1);
 }
 
-void SimulatedInstrument::CService::SendSamplingBlock(Clock::time_point now)
+std::ptrdiff_t SimulatedInstrument::CService::WaitingSamplingFrames() const
 {
-    const bool isOn = device.state.samplingMask != 0 && options_.samplingPeriod.count() > 0;
-    if (!isOn || !terminal.IsOpen()) return nextSampling_.reset();
-    if (!nextSampling_) nextSampling_ = now + options_.samplingPeriod;
-    if (now < *nextSampling_) return;
-    *nextSampling_ += options_.samplingPeriod;
-    Outgoing outgoing;
-    outgoing.due = now;
-    outgoing.bytes = SamplingBlock(device.state.samplingMask, samplingValue_++, 0);
-    Send(std::move(outgoing));
+    return std::count_if(outbox_.begin(), outbox_.end(),
+                         [](const Outgoing& outgoing) { return outgoing.isSampling; });
+}
+
+// After a hold-up the frames that are due go out together, as far as the port takes them.
+void SimulatedInstrument::CService::SendSamplingFrames(Clock::time_point now)
+{
+    for (unsigned burst = 0; burst < kLongestBurst; ++burst) {
+        const auto due = sampler.Due();
+        if (!due || now < *due) return;
+        Outgoing outgoing;
+        outgoing.bytes = sampler.Next();
+        if (outgoing.bytes.empty()) {
+            ++sampling.lost;
+        } else if (isBlocked_ && WaitingSamplingFrames() >= kFrameBuffer) {
+            ++sampling.overruns;
+        } else {
+            outgoing.due = now;
+            outgoing.isSampling = true;
+            Send(std::move(outgoing));
+        }
+    }
 }
 
 // The reply whose write this finishes starts the countdown.
@@ -267,6 +293,7 @@ void SimulatedInstrument::CService::Finish(const Outgoing& outgoing)
 {
     const Clock::time_point now = Clock::now();
     if (outgoing.isStream) receiver.Replied(now);
+    if (outgoing.isSampling) ++sampling.frames;
     if (outgoing.hangUpAfter) hangUp_ = HangUp{now + kHangUpPause, now + kHangUpPatience};
     if (!outgoing.exchange) return;
     outgoing.exchange->reply = outgoing.bytes;

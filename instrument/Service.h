@@ -14,6 +14,7 @@
 #include "instrument/Framing.h"
 #include "instrument/Pacer.h"
 #include "instrument/PseudoTerminal.h"
+#include "instrument/SamplingFrames.h"
 #include "instrument/SimulatedInstrument.h"
 #include "instrument/StreamReceiver.h"
 
@@ -27,6 +28,7 @@ public:
     void SetPlugged(bool plugged);
     void SendUnsolicited(std::span<const std::uint8_t> bytes);
     void DiscardUnread();
+    void SetSampling(const SamplingStream& stream);
 
     // Waits until `isTrue`, which is called with the lock held. False when the time is over.
     template <typename Predicate>
@@ -51,6 +53,8 @@ public:
     ScriptedReplies scripted;
     CPseudoTerminal terminal;  // opened, closed, read and waited on by the service thread alone
     Pacer pacer;
+    SamplingFrames sampler;
+    SamplingStatistics sampling;
     Pace pace;
     std::deque<std::shared_ptr<Exchange>> exchanges;
     std::vector<Refusal> refusals;
@@ -65,6 +69,7 @@ private:
         Bytes bytes;
         std::size_t written = 0;
         bool isStream = false;
+        bool isSampling = false;  // a photodiode frame that came by itself
         bool hangUpAfter = false;
         std::shared_ptr<Exchange> exchange;  // null when it is not recorded
     };
@@ -92,7 +97,8 @@ private:
     void TakeRequests();
     void CheckPartial(Clock::time_point now);
     void CheckHangUp(Clock::time_point now);
-    void SendSamplingBlock(Clock::time_point now);
+    void SendSamplingFrames(Clock::time_point now);
+    std::ptrdiff_t WaitingSamplingFrames() const;
     void Disconnect();
 
     // ServiceRequests.cpp
@@ -101,7 +107,7 @@ private:
     Answer TakePacket(ByteView packet, Outgoing& outgoing);
     void AfterPacket(ByteView packet);
     void KeepPacket(ByteView packet);
-    void RefreshDcWords();
+    void RefreshCalibration();
     bool Misbehave(const Fault& fault, const Reply& reply, Outgoing& outgoing);
     std::shared_ptr<Exchange> Record(Request kind, ByteView request);
     void Refuse(ByteView request, const std::string& reason, const std::shared_ptr<Exchange>& of);
@@ -134,9 +140,8 @@ private:
     bool isBlocked_ = false;  // the terminal takes no more bytes for now
     std::optional<HangUp> hangUp_;
     Pace runPace_;
-    std::optional<Clock::time_point> nextSampling_;
-    std::uint16_t samplingValue_ = 0;
     std::uint64_t dcGeneration_;
+    std::uint64_t moduleGeneration_;
 
     std::vector<std::uint8_t> packets_;  // a ring of the newest
     std::uint64_t keptPackets_ = 0;      // ever put into the ring

@@ -53,12 +53,14 @@ Answer SimulatedInstrument::CService::Execute(Request kind, ByteView request, Ou
     if (!answer.refusal.empty()) return answer;
     if (kind == Request::Identify) receiver.HostStartsAnew();
     if (kind == Request::Relays) receiver.RelaysChanged(device.relays);
+    const bool isSampling = kind == Request::SamplingStart || kind == Request::SamplingStop;
+    if (isSampling) sampler.Begin(device.state.samplingMask, arrived_);
     return answer;
 }
 
 Answer SimulatedInstrument::CService::TakePacket(ByteView packet, Outgoing& outgoing)
 {
-    RefreshDcWords();
+    RefreshCalibration();
     const auto isStream = [](const Outgoing& other) { return other.isStream; };
     const bool isEarly = std::any_of(outbox_.begin(), outbox_.end(), isStream);
     const Received received = receiver.Receive(packet, device.relays, isEarly, arrived_);
@@ -91,8 +93,12 @@ void SimulatedInstrument::CService::AfterPacket(ByteView packet)
     receiver.Decode(packet, device.Pacing(), newSamples_);
 }
 
-void SimulatedInstrument::CService::RefreshDcWords()
+void SimulatedInstrument::CService::RefreshCalibration()
 {
+    if (device.flash.ModuleGeneration() != moduleGeneration_) {
+        moduleGeneration_ = device.flash.ModuleGeneration();
+        receiver.ReadModuleCalibration(device.flash);
+    }
     const std::uint64_t generation = device.flash.DcGeneration();
     if (generation == dcGeneration_) return;
     dcGeneration_ = generation;
@@ -102,7 +108,7 @@ void SimulatedInstrument::CService::RefreshDcWords()
 
 PacingSettings SimulatedInstrument::CService::Pacing()
 {
-    RefreshDcWords();
+    RefreshCalibration();
     return receiver.InMillivolts(device.Pacing());
 }
 

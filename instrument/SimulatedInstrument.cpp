@@ -28,9 +28,20 @@ Options OnPort(int port)
     return options;
 }
 
+// The port of the slowest machine that runs the tests takes less.
+constexpr double kLargestSamplingRate = 100000;
+
+void CheckSampling(const SamplingStream& stream)
+{
+    if (!(stream.framesPerSecond >= 0 && stream.framesPerSecond <= kLargestSamplingRate)) {
+        throw std::out_of_range("photodiode frames come at 0 to 100000 a second");
+    }
+}
+
 const Options& Checked(const Options& options)
 {
     CheckMeasurements(options.measurements);
+    CheckSampling(options.sampling);
     return options;
 }
 
@@ -197,6 +208,22 @@ std::vector<Sample> SimulatedInstrument::Samples() const
 void SimulatedInstrument::SetPace(Pace pace)
 {
     service_->Locked([&] { service_->pace = pace; });
+}
+
+void SimulatedInstrument::SetSampling(const SamplingStream& stream)
+{
+    CheckSampling(stream);
+    service_->SetSampling(stream);
+}
+
+SamplingStatistics SimulatedInstrument::Sampling() const
+{
+    return service_->Locked([this] { return service_->sampling; });
+}
+
+bool SimulatedInstrument::WaitForSamplingFrames(std::uint64_t frames, Milliseconds timeout) const
+{
+    return service_->WaitUntilTrue(timeout, [&] { return service_->sampling.frames >= frames; });
 }
 
 RelayState SimulatedInstrument::Relays() const

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <span>
@@ -94,6 +95,15 @@ struct Refusal {
     Clock::time_point time;
 };
 
+// Where the stream carries no such channel, or the flash no calibration to read its codes by.
+constexpr double kNotPlayed = std::numeric_limits<double>::quiet_NaN();
+
+// What drives one LED of the PPG module.
+struct PpgLevel {
+    double dcMv = kNotPlayed;
+    double acMv = kNotPlayed;
+};
+
 // One sample as the output stage would have played it.
 struct Sample {
     double time = 0;  // s of signal since the first packet; goes on from run to run, without gaps
@@ -105,6 +115,9 @@ struct Sample {
     // level at its own instant, the marked one always: a pulse of 0.03 ms at 1000 Hz stands in one
     // sample, its length in Pulses().
     double pulseMv = 0;
+    std::array<PpgLevel, 3> ppg;         // by channel
+    double respirationOhm = kNotPlayed;  // the three branches of the external module in parallel
+    double baselineOhm = kNotPlayed;     // that the module's table has for the baseline code
     Slot codes;
 };
 
@@ -134,6 +147,7 @@ struct StreamStatistics {
     std::uint64_t sequenceErrors = 0;  // frames whose number does not follow its predecessor
     std::uint64_t modeErrors = 0;      // packets with another operate mode than the relay command's
     std::uint64_t frameErrors = 0;     // packets refused for their framing
+    std::uint64_t codeErrors = 0;      // samples with a module code that its converter has not
     std::uint64_t underruns = 0;       // packets that came after their reply was due (RealTime)
     std::uint64_t marks = 0;           // frames of data packets that mark a pacing pulse
     std::uint64_t pulses = 0;          // that the marks started
@@ -162,8 +176,29 @@ struct RelayState {
     bool MeasuresRld() const;      // the relay; its converter is DeviceState::rldMeasurement
 };
 
+// The respiration part of the control block.
+struct RespirationSettings {
+    unsigned breathsPerMinute = 0;
+    unsigned variation = 0;  // in whole hundreds, as the block carries it
+    unsigned ratio = 1;      // inhale to exhale is 1 to this
+    unsigned baselineOhm = 0;
+    bool apnea = false;
+};
+
+struct LedPulseGroups {
+    bool isFixed = false;                  // byte 35
+    unsigned value = 0;                    // bytes 36 and 37
+    std::array<std::uint8_t, 8> groups{};  // 0 none, 1, 2, 3
+};
+
 // Everything else that a host can set.
 struct DeviceState {
+    // Of position 1, 2 or 3; others throw std::out_of_range.
+    std::uint8_t LedLevel(unsigned position) const;
+    std::uint8_t TriggerLevel(unsigned position) const;
+    RespirationSettings Respiration() const;
+    LedPulseGroups PulseGroups() const;
+
     std::array<std::uint8_t, 64> controlBlock{};  // pacing, respiration, apnea: see ControlBlock()
     bool dynamicLight = false;
     std::uint8_t signalDetection = 0;
@@ -172,7 +207,8 @@ struct DeviceState {
     std::uint8_t samplingMask = 0;               // 0: photodiode sampling is stopped
     std::array<std::uint8_t, 13> pulseGroups{};  // bytes 35 to 47 of the last write
     std::array<std::uint16_t, 256> settings{};   // by number; LED and trigger levels included
-    std::array<std::uint16_t, 4> moduleWords{};  // external respiration module
+    // External respiration module: three resistance codes and the baseline code.
+    std::array<std::uint16_t, 4> moduleWords{};
     std::uint8_t baselineIndex = 0;
     std::uint8_t baselineLead = 0;
 };
@@ -185,6 +221,29 @@ struct Measurements {
     std::uint8_t statusFlags = 0;  // byte 8 of the photodiode and sampling status
     std::array<std::uint8_t, 9> photodiode{0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC, 0xDE, 0xF0, 0x12};
     std::array<std::uint8_t, 10> trigger{};  // bytes 4 to 13 of the auto trigger status
+};
+
+// As many photodiode frames as a full-speed port carries: one a millisecond.
+constexpr double kFullSamplingRate = 1000;
+
+// The photodiode frames that come by themselves while sampling runs. The functions run on the
+// service thread with its lock held: they must not call the instrument.
+struct SamplingStream {
+    double framesPerSecond = 0;  // 0 = none comes by itself; at most 100,000
+    std::uint64_t frames = 0;    // after so many it falls silent; 0 = goes on
+    unsigned loseEvery = 0;      // each n-th frame does not come; 0 = all do
+    // Of channel 0 to 3, by the number of the sample since sampling began; without it that number.
+    std::function<std::uint16_t(unsigned channel, std::uint64_t sample)> value;
+    std::function<std::uint8_t(std::uint64_t sample)> status;  // without it 0
+    // The last word on a frame, by its number since sampling began: other bytes, more, fewer, none.
+    std::function<void(Bytes& frame, std::uint64_t number)> edit;
+};
+
+// Of the frames that came by themselves, since construction.
+struct SamplingStatistics {
+    std::uint64_t frames = 0;    // written whole
+    std::uint64_t lost = 0;      // as the stream was told to lose
+    std::uint64_t overruns = 0;  // dropped because the host had not read those before
 };
 
 enum class FaultKind {
@@ -233,13 +292,21 @@ struct Options {
     std::array<std::uint8_t, 2> moduleHardware{1, 2};
     std::array<std::uint8_t, 4> moduleFirmware{3, 0, 2, 5};
     std::optional<bool> dac16;  // 16-bit PPG converters; by default only with 0x3407
+    // The channel of each LED position, 3 = none; by default (1, 2, 0) with 0x3407 and (1, 2, 3)
+    // with any other PPG module.
+    std::optional<std::array<int, 3>> ledTypes;
+    double ppgDcMaxMv = 3000;  // full scale of the module's converters
+    double ppgAcMaxMv = 30;    // 0x3407 has ranges of its own instead
+    // DC rows of 0x3407: those of a calibrated unit. Without it 21 codes a millivolt, beyond the
+    // converter's end, which tell every entry of a row from every other.
+    bool calibratedDcRows = false;
 
     Measurements measurements;
-    bool nor = false;                // a flash write can only clear bits
-    std::uint8_t noModuleMark = 0;   // where 0xFF would acknowledge, when no module is there
-    Milliseconds samplingPeriod{0};  // photodiode blocks while sampling runs; 0 = none by itself
-    std::string initialFlash;        // what SaveFlash wrote; empty = freshly made
-    bool overwriteRecords = false;   // the records above replace those in initialFlash
+    bool nor = false;               // a flash write can only clear bits
+    std::uint8_t noModuleMark = 0;  // where 0xFF would acknowledge, when no module is there
+    SamplingStream sampling;
+    std::string initialFlash;       // what SaveFlash wrote; empty = freshly made
+    bool overwriteRecords = false;  // the records above replace those in initialFlash
 
     std::size_t keepPackets = 64;  // newest raw packets, at least 1
     std::size_t keepSamples = 0;   // newest samples; 0 = none is decoded
@@ -297,6 +364,12 @@ public:
     std::vector<Pulse> Pulses() const;  // the newest 65536
     bool WaitForPulses(std::size_t count, Milliseconds timeout = kGenerousTimeout) const;
     void SetPace(Pace pace);  // from the next run on
+
+    // Photodiode sampling. The stream starts anew, with frame and sample 0; throws
+    // std::out_of_range for a rate that it cannot have.
+    void SetSampling(const SamplingStream& stream);
+    SamplingStatistics Sampling() const;
+    bool WaitForSamplingFrames(std::uint64_t frames, Milliseconds timeout = kGenerousTimeout) const;
 
     // The device.
     RelayState Relays() const;

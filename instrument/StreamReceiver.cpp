@@ -26,6 +26,14 @@ unsigned SamplesIn(std::span<const std::uint8_t> packet)
 
 }  // namespace
 
+StreamReceiver::StreamReceiver(const Options& options, const Flash& flash)
+    : modules_(options),
+      decodeAlways_(static_cast<bool>(options.onSamples)),
+      keepSamples_(options.keepSamples)
+{
+    modules_.ReadCalibration(flash);
+}
+
 Received StreamReceiver::Receive(std::span<const std::uint8_t> packet, const RelayState& relays,
                                  bool isEarly, Clock::time_point now)
 {
@@ -166,6 +174,7 @@ void StreamReceiver::DecodeFrameInto(std::span<const std::uint8_t> frame,
         sample.pulseMv = pulses_.MvAt(stats_.samples + slot);
         sample.run = static_cast<unsigned>(stats_.runs);
         sample.codes = slots[slot];
+        if (!modules_.Decode(frame[1], sample)) ++stats_.codeErrors;
         batch.push_back(sample);
     }
 }
@@ -209,6 +218,7 @@ void StreamReceiver::Advance(unsigned samples)
 void StreamReceiver::RelaysChanged(const RelayState& relays)
 {
     if (relays.operateMode == kModeOff && isCandidate_) isSwitchedOff_ = true;
+    modules_.SetRanges(relays.acCalibration);
 }
 
 void StreamReceiver::HostStartsAnew()

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "instrument/ModuleDecoder.h"
 #include "instrument/PulseMaker.h"
 #include "instrument/SimulatedInstrument.h"
 
@@ -26,7 +27,7 @@ struct Received {
 
 class StreamReceiver {
 public:
-    explicit StreamReceiver(std::size_t keepSamples) : keepSamples_(keepSamples) {}
+    StreamReceiver(const Options& options, const Flash& flash);
 
     // Looks at a packet of 3200 bytes. `isEarly`: the reply to its predecessor is still to come,
     // which a host does with a stop packet only.
@@ -47,13 +48,12 @@ public:
 
     // The calibration that codes are turned back with.
     void SetDcWords(const DcWords& words);
+    void ReadModuleCalibration(const Flash& flash) { modules_.ReadCalibration(flash); }
 
     StreamStatistics Statistics(Clock::time_point now) const;
     std::uint64_t PacketCount() const { return stats_.packets; }
 
-    // Decoding is wanted by the owner too, whatever is kept here.
     void KeepSamples(std::size_t newest);
-    void DecodeAlways() { decodeAlways_ = true; }
     const std::deque<Sample>& Samples() const { return samples_; }
     const std::deque<Pulse>& Pulses() const { return pulses_.Made(); }
     PacingSettings InMillivolts(const PacingCodes& pacing);
@@ -80,6 +80,7 @@ private:
     std::uint16_t restCode_ = DefaultDcWords()[2000];
     DcWords dcWords_ = DefaultDcWords();
     std::optional<DcDecoder> decoder_;  // made with the first sample that needs it
+    ModuleDecoder modules_;
 
     bool mayResume_ = false;  // the next run may begin with any number
     bool isStop_ = false;     // the packet just received is known to be a stop packet
@@ -91,7 +92,7 @@ private:
     Bytes candidate_;            // its bytes while samples are decoded
     Clock::time_point replied_;  // to the last packet
 
-    bool decodeAlways_ = false;
+    const bool decodeAlways_;  // wanted by the owner too, whatever is kept here
     std::size_t keepSamples_;
     std::deque<Sample> samples_;
     PacingCodes pacing_;

@@ -74,7 +74,6 @@ struct Texts {
     std::string firmware;
     std::string ppg;
     std::string pace = "real";
-    unsigned samplingMs = 0;
 };
 
 void AddOptions(CLI::App& app, CommandLine& line, Texts& texts)
@@ -87,14 +86,19 @@ void AddOptions(CLI::App& app, CommandLine& line, Texts& texts)
     app.add_option("--ppg", texts.ppg, "fit a PPG module of this model, for example 3407");
     app.add_flag("--respiration", line.options.respirationModule,
                  "fit the external respiration module");
-    app.add_option("--sampling", texts.samplingMs,
-                   "ms between photodiode blocks while sampling runs; 0 sends none");
+    line.options.sampling.framesPerSecond = kFullSamplingRate;
+    app.add_option("--sampling", line.options.sampling.framesPerSecond,
+                   "photodiode frames a second while sampling runs; 0 sends none")
+        ->check(CLI::Range(0.0, 100000.0))
+        ->capture_default_str();
+    app.add_option("--sampling-loss", line.options.sampling.loseEvery,
+                   "every so many photodiode frames one is lost; 0 loses none");
     app.add_option("--flash", line.flashPath, "keep the flash in this file between runs");
     app.add_flag("--nor", line.options.nor, "a flash write can only clear bits");
     app.add_option("--pace", texts.pace, "how packets are answered")
         ->check(CLI::IsMember({"real", "fast"}))
         ->capture_default_str();
-    app.add_option("--record", line.recordPath, "write the signal: time_s,dc_mv,ac_mv,marker");
+    app.add_option("--record", line.recordPath, "write the signal: time_s,dc_mv,ac_mv,marker,...");
     app.add_option("--trace", line.tracePath, "write every exchange");
     app.add_option("--control", line.controlPath,
                    "take lines such as 'unplug' or 'silence 3' from this FIFO");
@@ -115,7 +119,7 @@ void TakeTexts(CommandLine& line, const Texts& texts)
     line.options.overwriteRecords =
         !texts.serial.empty() || !texts.firmware.empty() || !texts.ppg.empty();
     line.options.pace = texts.pace == "real" ? Pace::RealTime : Pace::Fast;
-    line.options.samplingPeriod = Milliseconds(texts.samplingMs);
+    line.options.calibratedDcRows = true;
     if (line.none && line.command.empty()) {
         throw CLI::ValidationError("--none", "needs -- COMMAND");
     }

@@ -191,8 +191,8 @@ int Session::Finish()
 {
     instrument_->Unplug();
     const StreamStatistics stream = instrument_->Statistics();
-    const bool hasErrors =
-        instrument_->RefusalCount() > 0 || stream.sequenceErrors > 0 || stream.modeErrors > 0;
+    const bool hasErrors = instrument_->RefusalCount() > 0 || stream.sequenceErrors > 0 ||
+                           stream.modeErrors > 0 || stream.codeErrors > 0;
     const std::string summary = SummaryLine(*instrument_);
     if (instrument_->FlashGeneration() != savedGeneration_) SaveFlash();
     instrument_.reset();

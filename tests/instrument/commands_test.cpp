@@ -192,14 +192,14 @@ TEST(Relays, AreKeptAsCommanded)
     Bytes command = RelayCommand(0x0F, 10000, 0x01120D);
     command[8] = 1;
     command[10] = 3;
-    command[11] = 4;
+    command[11] = 2;
     EXPECT_EQ(host.Ask(command).size(), 64U);
     const RelayState relays = instrument.Relays();
     EXPECT_EQ(relays.operateMode, 0x0F);
     EXPECT_EQ(relays.sampleRate, 10000U);
     EXPECT_EQ(relays.word, 0x01120DU);
     EXPECT_EQ(relays.ledSync, (std::array<std::uint8_t, 3>{1, 0, 3}));
-    EXPECT_EQ(relays.acCalibration, (std::array<std::uint8_t, 3>{4, 0, 0}));
+    EXPECT_EQ(relays.acCalibration, (std::array<std::uint8_t, 3>{2, 0, 0}));
     EXPECT_EQ(relays.commands, 1U);
 }
 
@@ -219,12 +219,15 @@ TEST(Relays, UnusedBitsAndModesAreRefused)
     const HostPort host;
     Bytes tail = RelayCommand(3, 20000);
     tail[16] = 1;
-    for (const Bytes& command : {RelayCommand(1, 20000), RelayCommand(0x43, 20000),
-                                 RelayCommand(0x2F, 20000), RelayCommand(3, 20000, 0x80), tail}) {
+    Bytes range = RelayCommand(3, 20000);
+    range[13] = 3;
+    for (const Bytes& command :
+         {RelayCommand(1, 20000), RelayCommand(0x43, 20000), RelayCommand(0x2F, 20000),
+          RelayCommand(3, 20000, 0x80), tail, range}) {
         ASSERT_TRUE(host.Write(command));
         EXPECT_TRUE(host.IsSilent());
     }
-    EXPECT_EQ(instrument.RefusalCount(), 5U);
+    EXPECT_EQ(instrument.RefusalCount(), 6U);
     EXPECT_EQ(instrument.Relays().commands, 0U);
 }
 
@@ -320,19 +323,6 @@ TEST(Ppg, SamplingStartsAndStops)
     EXPECT_EQ(host.Ask({0xAD, 0x00, 0x00, 0x00, 0x0F}).size(), 64U);
     EXPECT_EQ(host.Ask({0xAD, 0xFF, 0x00, 0x00, 0x00}).size(), 64U);
     EXPECT_EQ(instrument.State().samplingMask, 0);
-}
-
-TEST(Ppg, SamplingBlocksComeByThemselvesWhenAsked)
-{
-    Options options = WithPpg();
-    options.samplingPeriod = Milliseconds(5);
-    SimulatedInstrument instrument(options);
-    const HostPort host;
-    host.Ask({0xAD, 0xFF, 0x00, 0x00, 0x03});
-    const Bytes block = host.Read(64);
-    EXPECT_EQ(Bytes(block.begin(), block.begin() + 2), (Bytes{0xAD, 0xFF}));
-    EXPECT_EQ(block[4], 0x03);
-    EXPECT_EQ(block, SimulatedInstrument::SamplingBlock(0x03, 0, 0));
 }
 
 TEST(Rld, CountsAreBigEndian)

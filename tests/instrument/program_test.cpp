@@ -96,6 +96,8 @@ TEST(Program, RefusesWhatItDoesNotKnow)
     EXPECT_EQ(Launch("--serial X -- true").status, 2);
     EXPECT_EQ(Launch("--ppg 34zz -- true").status, 2);
     EXPECT_EQ(Launch("--ppg 3407 --respiration -- true").status, 2);
+    EXPECT_EQ(Launch("--sampling -1 -- true").status, 2);
+    EXPECT_EQ(Launch("--sampling-loss x -- true").status, 2);
     EXPECT_EQ(Launch("--none").status, 2);
     EXPECT_EQ(Launch("--").status, 2);
     EXPECT_EQ(Launch("--help").status, 0);
@@ -226,6 +228,18 @@ TEST(Program, ServesWithoutACommandUntilItIsStopped)
     EXPECT_TRUE(Has(outcome.text, "/dev/ttyACM0 plugged")) << outcome.text;
     EXPECT_TRUE(Has(outcome.text, "unplug: done")) << outcome.text;
     EXPECT_TRUE(Has(outcome.text, "packets=0")) << outcome.text;
+}
+
+TEST(Program, FitsAModuleAndSendsItsPhotodiodeFrames)
+{
+    const Outcome outcome =
+        Launch("--ppg 3307 --sampling 200 --sampling-loss 2 --summary -- sh -c \"" +
+               Ask("\\255\\377\\0\\0\\001", 128) + "\"");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_TRUE(Has(outcome.text, " ad ff 00 ff 01")) << outcome.text;
+    EXPECT_TRUE(Has(outcome.text, " ad ff 00 00 01")) << outcome.text;
+    EXPECT_TRUE(Has(outcome.text, "refusals=0")) << outcome.text;
+    EXPECT_TRUE(Has(outcome.text, "sampling_overruns=0")) << outcome.text;
 }
 
 TEST(CsvFormat, IsTheSameInEveryLocale)
