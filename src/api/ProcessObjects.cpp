@@ -51,6 +51,7 @@ Shared<int> g_bConnected = 0;
 Shared<bool> s_ECGGoing = false;
 Shared<bool> g_PPG_PDSamplingRunning = false;
 Shared<int> s_nRepliesPending = 0;
+Shared<int> s_nRepliesUnread = 0;
 Shared<void (*)(bool)> g_ConnectedCallback = nullptr;
 Shared<int> g_bStopConnectDeviceThread = 0;
 Shared<int> g_bStopMonitor = 0;

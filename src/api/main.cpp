@@ -5,7 +5,10 @@
 #include "device/Identification.h"
 #include "device/Polling.h"
 #include "ppg/Sensor.h"
+#include "ppg/SensorLevels.h"
+#include "ppg/SensorSampling.h"
 #include "ppg/TransmissionRate.h"
+#include "respiration/ModuleCalibration.h"
 #include "storage/Calibration.h"
 #include "storage/ModelRecord.h"
 #include "storage/Records.h"
@@ -42,6 +45,7 @@ void ConnectedPostProcessing()
     LoadPPGDCTable();
     LoadPPGPDSamplingCalibrationData();
     if (_IsPPGConnected()) FPGASyncFromEEPROM();
+    if (ExtRespIsAvailable() != 0) LoadRespirationDACCalibrationData();
     if (GetPPGFullModelNumber() == kPPGModel3407) {
         ApplyDefaultTransmissionRate();
         LoadFactorySettingMCU();
@@ -68,6 +72,7 @@ void WireRooms()
     SetChangeHandler(ApplyPendingChange);
     SetRunSteps({_UpdateFreqScanIfRequired, PlayPostProcessing});
     SetWaveformEndHandler(EndWaveform);
+    SetSamplingHandler(_CallbackPPGSampling);
 }
 
 bool VRAXInit(VRAXConnectedCallback callback)

@@ -80,7 +80,8 @@ void ResetSignal()
     VRAXSetPacingRateSynchronized();
     ResetTo<unsigned>(g_PacingOvershootTC, 0, VRAXSetOvershootTimeConstant);
     ResetNoiseAndDrift();
-    ResetRespiration();
+    ResetTo<bool>(g_RespirationEnabled, false, VRAXEnableRespiration);
+    if (HasRespirationAlgorithm()) VRAXDisableRespireAlgorithm();
     ResetTests();
     ResetTo<double>(g_PDuration, 100.0, VRAXSetPDuration);
     ResetTo<double>(g_PRInterval, 160.0, VRAXSetPRInterval);

@@ -5,7 +5,7 @@
 #include "api/Setters.h"
 #include "device/Identification.h"
 #include "ppg/Channels.h"
-#include "respiration/ExternalModule.h"
+#include "respiration/ModuleCommands.h"
 #include "streaming/Change.h"
 #include "streaming/Playback.h"
 #include "synthesis/Parameters.h"

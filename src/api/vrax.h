@@ -650,8 +650,8 @@ VRAX_API unsigned GetAllOutputLead(void);
 VRAX_API int VRAXEnableECGOutput(bool enable);
 
 /**
- * Chooses whether the amplitude of a PPG signal may reach above its DC level. When it may not, a
- * waveform that is set from then on has its AC amplitude reduced by the DC level.
+ * Chooses whether the amplitude of a PPG signal reaches above its DC level. When it does not, a
+ * pulse that is set from then on hangs below it: its AC amplitude is taken off the DC level.
  *
  * Takes no lock. Not logged.
  *
@@ -1484,6 +1484,613 @@ VRAX_API int VRAXMeasureRLD(bool on);
  * @retval 0  no instrument, a null pointer, or no acknowledgement; nothing is stored
  */
 VRAX_API int VRAXReadRLD(double* first, double* second);
+
+/** @} */
+
+/**
+ * @defgroup respiration Respiration
+ *
+ * Breathing in two ways. *Impedance respiration* is made by the instrument, or by the external
+ * respiration module where the instrument has one: VRAXEnableRespiration(), then
+ * VRAXSetRespiration(). The *respiration algorithm* is computed by the library: a waveform in -1 to
+ * 1 that modulates the beats of #OUTPUT_ECG and #OUTPUT_CUSTOM_ECG and the pulses of the PPG.
+ *
+ * While the external module is present every signal is computed at 5000 samples per second, and
+ * with respiration on each sample carries the resistance of the module. Calls that talk to the
+ * instrument wait for a gap between two packets while a signal plays.
+ * @{
+ */
+
+/**
+ * Sets the impedance respiration. Breathing starts with VRAXEnableRespiration(); with the external
+ * module call that first, since the module is told the output lead only while respiration is on.
+ *
+ * Apnea covers the last seconds of every minute of play. Without the module the instrument holds
+ * its breath from the packet on in which they begin; with it the resistance stays as it was.
+ *
+ * Logged as "VRAXSetRespiration(1000, 15, 2, 500, 10);".
+ *
+ * @param variation     peak to peak change of the impedance in milliohms, 50 to 10000. The
+ *                      instrument's own generator takes it in steps of 100, rounded down.
+ * @param rate          breaths per minute, 1 to 200
+ * @param ratio         1 to 5 for inhale:exhale of 1:1 to 1:5
+ * @param baseline      ohms: 500, 1000, 1500, 2000 or 2500; with the module also 0, 100, 200, 3000,
+ *                      3500, 4000 and 4500. Any other value selects the lowest.
+ * @param apneaSeconds  0 to 60; 60 holds the breath for good
+ * @retval 1  accepted by the instrument
+ * @retval 0  no instrument or an argument out of range (nothing is stored, logged or sent then), or
+ *            not accepted; the values are stored then
+ */
+VRAX_API int VRAXSetRespiration(int variation, int rate, int ratio, int baseline, int apneaSeconds);
+
+/**
+ * Holds the external module at 50 ohms plus the variation, for calibration, until
+ * VRAXSetRespiration() is called. Rate, ratio and apnea stay as they are. Not logged.
+ *
+ * @param variation  milliohms, not checked
+ * @param baseline   as in VRAXSetRespiration()
+ * @retval 1  accepted by the instrument
+ * @retval 0  no instrument (nothing is stored then), or not accepted
+ */
+VRAX_API int VRAXSetCalibrationRespiration(int variation, int baseline);
+
+/**
+ * Switches the impedance respiration on or off. Off also sets variation, rate, ratio, baseline and
+ * apnea to 0. While it is on, the ECG output is divided by what the baseline impedance attenuates
+ * it.
+ *
+ * Logged as "VRAXEnableRespiration(true);".
+ *
+ * @param on  0 off, anything else on
+ * @retval 1  an instrument is open; the relays were sent
+ * @retval 0  stored, but no instrument is open
+ */
+VRAX_API int VRAXEnableRespiration(int on);
+
+/**
+ * Sets the respiration algorithm. The depths are fixed with the amplitude and the frequency that
+ * are set when this is called. Takes effect at once.
+ *
+ * Logged as "VRAXSetRespirationAlgorithm(15, 2, 10, 20, 10, 5);".
+ *
+ * @param rate              breaths per minute, 1 to 200
+ * @param ratio             1 to 5 for inhale:exhale of 1:1 to 1:5
+ * @param apneaSeconds      0 to 60 at the end of every minute; breaths restart with the next
+ * @param baselinePercent   shift of the baseline, 0 to 100 percent of the amplitude
+ * @param amplitudePercent  change of the beat's height, 0 to 100 percent of the amplitude
+ * @param frequencyPercent  change of the heart rate, 0 to 100 percent of the frequency
+ * @retval 1  stored
+ * @retval 0  out of range; nothing changes
+ */
+VRAX_API int VRAXSetRespirationAlgorithm(int rate, int ratio, int apneaSeconds, int baselinePercent,
+                                         int amplitudePercent, int frequencyPercent);
+
+/**
+ * Ends the respiration algorithm: nothing is modulated any more. Takes effect at once.
+ *
+ * Logged as "VRAXDisableRespireAlgorithm();".
+ */
+VRAX_API void VRAXDisableRespireAlgorithm(void);
+
+/**
+ * Takes a copy of samples as the resistance that the external module plays, over and over, in the
+ * place of the breath. ClearRawArray() drops it. Takes effect at once. Not logged.
+ *
+ * @param samples  ohms above 50; played within 0 to 10
+ * @param count    number of samples, at least 1
+ * @param rate     samples per second, at least 1
+ * @retval 1  stored
+ * @retval 0  a null pointer, or `count` or `rate` below 1, or no memory; the old record stays
+ */
+VRAX_API int VRAXSetRespirationRawData(const double* samples, int count, int rate);
+
+/** @return  1 when the external respiration module is present, else 0 */
+VRAX_API int VRAXRespirationModuleIsConnected(void);
+
+/**
+ * Selects a baseline of the external module by its index: its baseline setting is written, then the
+ * baseline code of its four codes. Stops at the first step that fails. Not logged.
+ *
+ * @param index  0 to 11 for 0, 100, 200, 500, 1000, 1500, ... 4500 ohms
+ * @param lead   not used: the module is told the lowest of the leads 0 to 2 that are on
+ * @retval 1  done
+ * @retval 0  no instrument or module, or no acknowledgement
+ */
+VRAX_API int VRAXExternalRespiratorySetBaseline(int index, int lead);
+
+/**
+ * Sets the four codes of the external module. Codes above 65535 count as 65535. Not logged.
+ *
+ * @param first     code of the first resistance
+ * @param second    code of the second resistance
+ * @param third     code of the third resistance
+ * @param baseline  code of the baseline
+ * @retval 1  acknowledged
+ * @retval 0  no instrument or module, or no acknowledgement
+ */
+VRAX_API int VRAXExternalRespiratorySetDAC(unsigned first, unsigned second, unsigned third,
+                                           unsigned baseline);
+
+/**
+ * Sets the baseline code of the external module; the other three codes stay. Not logged.
+ *
+ * @param code  codes above 65535 count as 65535
+ * @retval 1  acknowledged
+ * @retval 0  no instrument or module, or no acknowledgement
+ */
+VRAX_API int VRAXExternalRespiratorySetBaselineDAC(unsigned code);
+
+/**
+ * Sets the external module to a resistance: the first three of its codes, those that
+ * ExtRespGetAmplitudeDAC() gives. The baseline code stays. Not logged.
+ *
+ * @param ohms  the resistance, about 50 to 60
+ * @retval 1  acknowledged
+ * @retval 0  no instrument or module, or no acknowledgement
+ */
+VRAX_API int VRAXExternalRespiratorySetAmplitudeByResistance(double ohms);
+
+/**
+ * Stores the coefficients of the external module in its flash and takes them over. Does not erase.
+ * Not logged.
+ *
+ * @param first       ohms in series with the first programmable resistance
+ * @param second      ohms in series with the second one
+ * @param correction  of the choice of the third resistance
+ * @param reserved    kept with the others
+ * @retval 1  stored
+ * @retval 0  no instrument, or a part was not acknowledged; the coefficients in force stay
+ */
+VRAX_API int VRAXWriteRespirationRWA(double first, double second, double correction,
+                                     double reserved);
+
+/**
+ * Stores the resistances of the module's third element in its flash and takes them over. Takes more
+ * than a second, in which no packet goes out. Does not erase. Not logged.
+ *
+ * @param ohms  96 values
+ * @retval 1  stored
+ * @retval 0  no instrument, a null pointer, or a part was not acknowledged; the table in force
+ *            stays
+ */
+VRAX_API int VRAXExternalRespiratoryWriteRDAC3(const double* ohms);
+
+/**
+ * Stores the baseline codes of the external module in its flash and takes them over. Does not
+ * erase. Not logged.
+ *
+ * @param codes  12 codes, for 0, 100, 200, 500, 1000, 1500, ... 4500 ohms
+ * @retval 1  stored
+ * @retval 0  no instrument, a null pointer, or a part was not acknowledged; the table in force
+ *            stays
+ */
+VRAX_API int VRAXWriteRespirationBaselineDACTable(const unsigned short* codes);
+
+/**
+ * The baseline code of an index, from the table of the external module. Takes no lock.
+ *
+ * @param index  0 to 11; below counts as 0, above as 11
+ */
+VRAX_API unsigned short ExtRespGetBaselineDAC(int index);
+
+/**
+ * The three codes that set the external module to a resistance: parallel branches, two of 1024
+ * steps and one of 96. Takes no lock.
+ *
+ * @param      ohms   the resistance
+ * @param[out] codes  the codes of the first, second and third resistance; all 0 for 0 ohms and
+ *                    while the module's table is not loaded
+ * @return  the first code; 0 when `codes` is null
+ */
+VRAX_API unsigned short ExtRespGetAmplitudeDAC(double ohms, unsigned short* codes);
+
+/** @} */
+
+/**
+ * @defgroup ppg PPG waveforms
+ *
+ * The pulse of each of the three channels (LED types 0, 1 and 2): a period of samples in two parts,
+ * a DC level and the pulse itself (AC). It is synthesised from a description or taken from the
+ * application, and played beside the ECG while VRAXEnablePPGOutput() is on. The stream then runs at
+ * 10000 samples a second. Waveforms need no instrument; they are made for the module that is known
+ * when they are set, and its ranges hold (VRAXGetDeviceFeature()). With module 0x3307 or 0x3407
+ * levels are converted, so that they come out of its finger probe.
+ *
+ * A reset clears the channels, switches them off, and ends synchronisation and modulation.
+ * Memory that is not there for a waveform ends the process.
+ * @{
+ */
+
+/**
+ * Description of a pulse. Zero the whole record before filling it. The fields that are marked so do
+ * not shape the pulse: they are kept, within the ranges given.
+ */
+typedef struct PPG_WAVEFORM {
+    int32_t waveform;        /**< 0 sine, 1 triangle, 2 square, 3 standard pulse */
+    double frequency;        /**< pulse rate in hertz, 0.16 to 5.0 */
+    double dc;               /**< DC level in millivolts (100 to 3000): the top of the pulse, or its
+                                  bottom with VRAXEnableACAboveDC() */
+    double ac;               /**< millivolts peak to peak (0.75 to 30; to 300 with 0x3407) */
+    double notchLevel;       /**< standard pulse: height of the dicrotic notch, mV */
+    double dicroticLevel;    /**< standard pulse: height of the dicrotic wave, mV */
+    double levelOffset;      /**< kept: mV, from 0 on */
+    int32_t t1;              /**< standard pulse: time of the peak, ms from the start of the cycle;
+                                  the library fills it for the other shapes */
+    int32_t t2;              /**< standard pulse: time of the notch, ms */
+    int32_t t3;              /**< standard pulse: time of the dicrotic wave, ms */
+    int32_t timeBase;        /**< kept */
+    int32_t ledSync;         /**< LED synchronisation: 2, or anything else for 1 */
+    int32_t invert;          /**< not 0: upside down. Only the standard pulse is turned over; for
+                                  the other shapes the graph callback alone sees it turned. */
+    double stepAmplitude;    /**< kept: mV, 0 to 2; 0 without steps */
+    int32_t stepCount;       /**< kept: 0 to 7 */
+    int32_t variationMode;   /**< kept; 3: the percentage is not limited */
+    int32_t variationRate;   /**< kept */
+    double variationPercent; /**< kept: -16 to what the AC range leaves */
+    int32_t variationCycles; /**< kept: 1 to 5 */
+    int32_t reserved[3];     /**< not read */
+} PPG_WAVEFORM;
+VRAX_CHECK_SIZE(PPG_WAVEFORM, 128);
+
+/**
+ * Sets a channel's pulse from a description, or clears the channel.
+ *
+ * Takes no lock: do not call it on several threads at once. Not logged. Once a channel has been
+ * given raw data, a description keeps its character of raw data until the channel is cleared: the
+ * pulse is not synchronised to the ECG, and its period is a whole number of samples.
+ *
+ * @param led   0 to 2
+ * @param wave  copied; null clears the channel, also while a signal plays, and forgets its
+ *              description
+ * @return  samples of a period (10000 a second), above 0
+ * @retval  0  cleared, or a frequency that is no number
+ * @retval -1  a signal plays or photodiode sampling runs
+ * @retval -2  another channel
+ * @retval -3  another shape
+ * @retval -4  frequency out of range
+ * @retval -5  DC level out of range
+ * @retval -6  AC amplitude out of range
+ */
+VRAX_API int SetPPGWaveform(int led, const PPG_WAVEFORM* wave);
+
+/**
+ * Sets a channel's pulse to a standard shape: the standard pulse peaks at 15 % of the period, has
+ * its notch (56 % of the amplitude) at 36 % and its dicrotic wave (64 %) at 46 %.
+ *
+ * Logged as "VRAXSetPPGStandardWaveform(0, 3, 1, 0, 1.00, 1000, 10.00);".
+ *
+ * @param led        0 to 2
+ * @param waveform   0 sine, 1 triangle, 2 square, 3 standard pulse
+ * @param ledSync    as in #PPG_WAVEFORM
+ * @param invert     as in #PPG_WAVEFORM
+ * @param frequency  hertz, 0.16 to 5.0
+ * @param dc         millivolts
+ * @param ac         millivolts peak to peak
+ * @return  as SetPPGWaveform()
+ */
+VRAX_API int VRAXSetPPGStandardWaveform(int led, int waveform, int ledSync, int invert,
+                                        double frequency, double dc, double ac);
+
+/**
+ * Sets two channels as VRAXSetPPGStandardWaveform() does. With module 0x3407, when the amplitudes
+ * fall into different AC ranges of the module (from 15 mV, from 1.5 mV, below), all four levels are
+ * first multiplied by one factor that brings both into one range, which keeps the ratio of the two
+ * channels' AC to DC parts.
+ *
+ * Not logged.
+ *
+ * @return  the first channel's result when it is negative, and the second is left alone; otherwise
+ *          the second's. As SetPPGWaveform().
+ */
+VRAX_API int VRAXSetPPGStandardWaveformEx(int led1, int waveform1, int ledSync1, int invert1,
+                                          int led2, int waveform2, int ledSync2, int invert2,
+                                          double frequency1, double dc1, double ac1,
+                                          double frequency2, double dc2, double ac2);
+
+/**
+ * Sets a channel's pulse to the application's samples: one period, repeated.
+ *
+ * Not logged.
+ *
+ * @param led         0 to 2
+ * @param ledSync     LED synchronisation byte, sent as it is
+ * @param invert      not 0: the AC part is turned upside down; 1: the graph callback sees it upright
+ * @param count       samples in each array, at least 1
+ * @param dc          millivolts
+ * @param ac          millivolts; cut to 0 to the highest AC amplitude of the module
+ * @param sampleRate  samples per second, above 0
+ * @retval  0  copied
+ * @retval -1  a signal plays or photodiode sampling runs
+ * @retval -2  another channel
+ * @retval -3  `count` is below 1
+ * @retval -4  `dc` is null
+ * @retval -5  `ac` is null
+ * @retval -6  `sampleRate` is 0 or below
+ */
+VRAX_API int VRAXSetPPGRawData(int led, int ledSync, int invert, int count, const double* dc,
+                               const double* ac, double sampleRate);
+
+/**
+ * Clears a channel's waveform, at once, also while it plays: its codes are 0 then. Not logged.
+ *
+ * @param led  0 to 2; others are ignored
+ */
+VRAX_API void VRAXClearPPGWaveform(int led);
+
+/**
+ * Synchronises the pulses to the ECG: the peak comes so long after the R wave of #OUTPUT_ECG or
+ * #OUTPUT_CUSTOM_ECG. At once. Pulses should then have the rate of the ECG. Raw data, the other
+ * output functions, and a switched-off ECG are not synchronised.
+ *
+ * Logged as "VRAXSetPTTp(200);".
+ *
+ * @param ms  pulse transit time, any; below 0 (-1 at load): not synchronised
+ */
+VRAX_API void VRAXSetPTTp(int ms);
+
+/**
+ * Lets the breathing of VRAXSetRespirationAlgorithm() modulate the pulses, at once.
+ *
+ * Takes no lock. Not logged.
+ *
+ * @param baselinePercent   of the AC amplitude, added to the DC and the AC part
+ * @param amplitudePercent  of both parts
+ * @param frequencyPercent  of the ECG rate, which the pulse rate is then taken from: it is half of
+ *                          it for each channel that is switched on
+ * @retval true   stored; all three are 0 at load
+ * @retval false  one is outside 0 to 100; nothing has changed
+ */
+VRAX_API bool VRAXSetPPGRespirationAlgorithm(int baselinePercent, int amplitudePercent,
+                                             int frequencyPercent);
+
+/**
+ * Switches a channel's output on or off, with the next run.
+ *
+ * Logged as "VRAXEnablePPGOutput(0, true);".
+ *
+ * @param led     0 to 2
+ * @param enable  false at load
+ * @retval  0  stored
+ * @retval -1  a signal plays or photodiode sampling runs
+ * @retval -2  another channel
+ */
+VRAX_API int VRAXEnablePPGOutput(int led, bool enable);
+
+/** @} */
+
+/**
+ * @defgroup sensor PPG sensor
+ *
+ * The PPG module's own light and photodiodes: drive and trigger levels, ambient light, pulse groups,
+ * what it measures, and continuous sampling. Every call is one command or a few, and waits for a gap
+ * between two packets while a signal plays, or for the next frame (at most 1 s) while photodiode
+ * sampling runs. Where nothing else is said it is not logged.
+ * @{
+ */
+
+/**
+ * Sets the trigger level of an LED position. Takes 80 ms.
+ *
+ * @param position  1 to 3
+ * @param level     0 to 255
+ * @retval  0  sent and answered
+ * @retval -1  no instrument
+ * @retval -2  no such position
+ * @retval -3  the level is out of range
+ * @retval -4  no answer
+ */
+VRAX_API int SetPPGTriggerLevel(int position, int level);
+
+/**
+ * Reads the trigger level of an LED position. Takes 80 ms.
+ *
+ * @param position  1 to 3
+ * @return     the level, 0 to 255
+ * @retval -1  no instrument
+ * @retval -2  no such position
+ * @retval -3  no answer, or one to another question
+ */
+VRAX_API int GetPPGTriggerLevel(int position);
+
+/**
+ * Gives the positions that have an LED the trigger levels that the module left the factory with.
+ *
+ * @retval  0  done
+ * @retval -1  no instrument
+ * @retval -2  the factory levels cannot be read, or were never written
+ * @retval -3  what was read is not marked as valid
+ * @retval -4  a level could not be sent; the rest was not tried
+ */
+VRAX_API int ResetPPGTriggerLevel(void);
+
+/**
+ * Sets the drive level of the LED at a position. Takes 80 ms.
+ *
+ * @param position  1 to 3
+ * @param level     0 to 255
+ * @retval  0  sent and answered
+ * @retval -1  no such position
+ * @retval -2  the level is out of range
+ * @retval -3  no instrument or no answer
+ */
+VRAX_API int SetPPGLedLevel(int position, int level);
+
+/**
+ * Gives all three positions the drive levels that the module left the factory with; a position that
+ * has an LED, and 0 there, gets 150.
+ *
+ * @retval  0  done
+ * @retval -1  no instrument, or the factory levels cannot be read or were never written
+ * @retval -2  what was read is not marked as valid
+ * @retval -3  a level could not be sent; the rest was not tried
+ */
+VRAX_API int ResetPPGLedLevel(void);
+
+/**
+ * Reads the trigger levels that the module has found by itself.
+ *
+ * @param[out] status  five words: the first three as the module sends them, then two levels, which
+ *                     are 0 while bits 0 and 1 of byte 2 of the record are both set
+ * @retval true   read
+ * @retval false  no instrument, no answer, or `status` is null; nothing is stored
+ */
+VRAX_API bool GetAutoTriggerLevelStatus(uint16_t* status);
+
+/**
+ * Lets the module follow the strength of the light that it receives with its LEDs. A connection and
+ * the end of an output switch it off.
+ *
+ * @retval true   acknowledged
+ * @retval false  no instrument or no acknowledgement
+ */
+VRAX_API bool VRAXEnableDynamicLEDStrength(bool on);
+
+/**
+ * Switches the dynamic light. Sends nothing when it is in that state already, as far as is known.
+ *
+ * @param on  0 off, anything else on
+ * @retval  0  switched, or nothing to do
+ * @retval -1  no instrument or no answer
+ */
+VRAX_API int SetDynamicLight(int on);
+
+/**
+ * Sets the ambient light that the module adds. While a signal plays the answer is not awaited.
+ *
+ * Logged as "SetLEDAmbientLightMode(3);".
+ *
+ * @param mode  0 to 14
+ * @retval  0  sent
+ * @retval -1  no PPG module
+ * @retval -2  the mode is out of range; it is not logged
+ * @retval -3  not sent or no answer
+ */
+VRAX_API int VRAXSetLEDAmbientLightMode(int mode);
+
+/**
+ * Reads the ambient light mode.
+ *
+ * @return     the mode
+ * @retval -1  no PPG module
+ * @retval -2  no answer
+ * @retval -3  not acknowledged
+ */
+VRAX_API int VRAXGetLEDAmbientLightMode(void);
+
+/**
+ * Reads the LED pulse-group table: ten bytes, a group code for each of eight slots (0 none, 1, 2, 3)
+ * and a 16-bit word in the host's order.
+ *
+ * @param[in,out] setting  byte 0 becomes 3 and the word 0 when the module says that its groups are
+ *                         fixed; else byte 0 stays
+ * @retval true   read
+ * @retval false  a null pointer, a signal plays or sampling runs, or no acknowledgement; nothing is
+ *                stored
+ */
+VRAX_API bool VRAXReadLEDPulseGroupSetting(uint16_t* setting);
+
+/**
+ * Writes the LED pulse-group table. Its groups become fixed when byte 0 is not 0 and the word is 0.
+ *
+ * @param setting  as read; a code other than 1, 2 or 3 counts as 0
+ * @retval true   acknowledged
+ * @retval false  a null pointer, a signal plays or sampling runs, or no acknowledgement
+ */
+VRAX_API bool VRAXWriteLEDPulseGroupSetting(const uint16_t* setting);
+
+/**
+ * Reads three pairs of photodiode values. Takes 80 ms.
+ *
+ * The second value of a pair counts the whole of the byte that both share, 0 to 4335, unlike the
+ * 12-bit values of VRAXGetFPGAReport().
+ *
+ * @param[out] a  first pair: this one and `b`
+ * @param[out] b  16 times the second byte plus the third
+ * @param[out] c  second pair
+ * @param[out] d  second pair
+ * @param[out] e  third pair
+ * @param[out] f  third pair
+ * @retval  0  all six stored
+ * @retval -1  no instrument
+ * @retval -2  a signal plays or photodiode sampling runs
+ * @retval -3  a null pointer or no answer
+ * @retval -4  not acknowledged, or the module reports a fault
+ */
+VRAX_API int GetPDStatus(uint32_t* a, uint32_t* b, uint32_t* c, uint32_t* d, uint32_t* e,
+                         uint32_t* f);
+
+/**
+ * Reads one sampling status of the module's photodiodes.
+ *
+ * @param[out] report  18 doubles: 6 or 0 for the first status flag, five zeros, the first and then
+ *                     the second values of three pairs (0 to 4095), the first values times the
+ *                     module's ratio factors of row 0, the second ones times those of row 1
+ * @retval true   read
+ * @retval false  no instrument, no answer, or `report` is null; nothing is stored
+ */
+VRAX_API bool VRAXGetFPGAReport(void* report);
+
+/**
+ * A sample of a photodiode: its number, 0 to 3, the value, 0 to 65535, and the status byte of its
+ * record.
+ *
+ * Runs on the poll thread under the library's interrupt lock: it must not call a function that
+ * sends a command.
+ */
+typedef void (*VRAXPPGSamplingCallback)(int channel, int value, int status);
+
+/**
+ * Makes ready for photodiode sampling and sets the listener of one photodiode.
+ *
+ * @param channel   0 to 3; with any other number no listener is set
+ * @param callback  null for none
+ * @retval  0  done
+ * @retval -1  no instrument
+ * @retval -2  no PPG module
+ * @retval -3  a signal plays or sampling runs
+ */
+VRAX_API int VRAXEnablePPGSampling(int channel, VRAXPPGSamplingCallback callback);
+
+/**
+ * Stops the instrument's sampling and removes all listeners. Sampling still counts as running until
+ * VRAXStopPPGSampling().
+ *
+ * @retval  0  done
+ * @retval -1  no answer; everything stays as it was
+ */
+VRAX_API int VRAXDisablePPGSampling(void);
+
+/**
+ * Starts sampling of the photodiodes that have a listener; of all four when more than two have one.
+ * Takes 80 ms. While it runs, PPG waveforms cannot be changed.
+ *
+ * @retval  0  running
+ * @retval -1  no instrument
+ * @retval -2  no PPG module
+ * @retval -3  a signal plays or sampling runs
+ * @retval -4  VRAXEnablePPGSampling() is missing, or the instrument did not acknowledge
+ */
+VRAX_API int VRAXStartPPGSampling(void);
+
+/** Stops sampling, whether the instrument answers or not. No listener is told after it returns. */
+VRAX_API void VRAXStopPPGSampling(void);
+
+/**
+ * The pulse of a PPG channel as it is played: seconds since the start, mV, upright and before the
+ * respiration modulates it.
+ *
+ * Runs on the thread that builds the packets, under the library's interrupt lock.
+ */
+typedef void (*VRAXOutputPPGCallback)(double time, double value);
+
+/**
+ * Sets the listener of a PPG channel's pulse. It is told as often as that of
+ * VRAXRegisterOutputSignalCallback(), while the channel's output is enabled.
+ *
+ * @param led       0, 1 or 2; anything else is ignored
+ * @param callback  null for none
+ */
+VRAX_API void VRAXRegisterOutputPPGCallback(int led, VRAXOutputPPGCallback callback);
 
 /** @} */
 

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "device/Device.h"
+#include "device/SamplingFrames.h"
 
 namespace {
 constexpr useconds_t kPauseUs = 1000;  // a read of the poll thread in progress ends
@@ -25,9 +26,9 @@ thread_local LineState t_line = LineState::kNotTaken;
 
 std::atomic<int> s_callsInside{0};
 
-// A thread wants the line for a packet, and has got it.
-Shared<bool> s_ownerWaits = false;
-CManualResetEvent s_ownerPassed(false);
+// How many threads of the library want the line to themselves, and that one has got it.
+std::atomic<int> s_waitingToPass{0};
+CManualResetEvent s_passed(false);
 
 // How many callers want the waiting commands gone, and the event that tells them.
 std::atomic<int> s_releasers{0};
@@ -43,6 +44,7 @@ void QuietLine()
     CAutoCriticalSection lock(g_AccessCriticalSection);
     ReadPendingReplies();
     s_nRepliesPending = 0;
+    s_nRepliesUnread = 0;
     DeviceDiscardInput();
 }
 
@@ -56,12 +58,13 @@ bool WaitForFreeLine()
     for (;;) {
         const int index = WaitForMultipleObjects(2, events, 0, kRecheckMs);
         if (index == 1 || g_bConnected == 0) return false;
+        // A photodiode frame in hand is not lost: what follows it on the line stays there.
+        if (index == 0 && IsLineBusy()) return true;
         const bool sensorIsSilent = !s_ECGGoing && MonotonicNs() > sensorDeadline;
         if (!IsLineBusy() || sensorIsSilent) {
             QuietLine();
             return true;
         }
-        if (index == 0) return true;
     }
 }
 
@@ -78,11 +81,24 @@ bool TakeLineForThisThread()
 }
 }  // namespace
 
+unsigned ReadReply(std::uint8_t* reply, unsigned length)
+{
+    CAutoCriticalSection lock(g_AccessCriticalSection);
+    const std::int64_t budgetNs = static_cast<std::int64_t>(g_nDeviceReadTimeout) * kNsPerMs;
+    const std::int64_t deadline = MonotonicNs() + budgetNs;
+    for (;;) {
+        const unsigned count = DeviceReadData(reply, length);
+        if (!KeepSamplingFrame(reply, count)) return count;
+        if (MonotonicNs() >= deadline) return 0;
+    }
+}
+
 void ReadPendingReplies()
 {
     unsigned char reply[kReplyBytes];
-    while (s_nRepliesPending > 0 && DeviceReadData(reply, sizeof reply) >= 1) {
-        s_nRepliesPending -= 1;
+    while (s_nRepliesPending + s_nRepliesUnread > 0 && ReadReply(reply, sizeof reply) >= 1) {
+        Shared<int>& count = s_nRepliesUnread > 0 ? s_nRepliesUnread : s_nRepliesPending;
+        count -= 1;
     }
 }
 
@@ -128,23 +144,33 @@ CInterruptLock::~CInterruptLock()
 
 bool CInterruptLock::IsHeldByThisThread() { return t_interruptDepth > 0; }
 
-CLineOwner::CLineOwner()
+CPassedInterruptLock::CPassedInterruptLock()
 {
-    s_ownerPassed.ResetEvent();
-    s_ownerWaits = true;
+    s_passed.ResetEvent();
+    s_waitingToPass.fetch_add(1);
     g_InterruptCriticalSection.Lock();
-    s_ownerWaits = false;
-    s_ownerPassed.SetEvent();
+    s_waitingToPass.fetch_sub(1);
+    s_passed.SetEvent();
     ++t_interruptDepth;
-    ++t_lineOwnerDepth;
 }
 
-CLineOwner::~CLineOwner()
+CPassedInterruptLock::~CPassedInterruptLock()
 {
-    --t_lineOwnerDepth;
     --t_interruptDepth;
     g_InterruptCriticalSection.Unlock();
 }
+
+void RunIfInterruptLockIsFree(void (*work)())
+{
+    if (!g_InterruptCriticalSection.TryLock()) return;
+    ++t_interruptDepth;
+    work();
+    --t_interruptDepth;
+    g_InterruptCriticalSection.Unlock();
+}
+
+CLineOwner::CLineOwner() NO_THREAD_SAFETY_ANALYSIS { ++t_lineOwnerDepth; }
+CLineOwner::~CLineOwner() NO_THREAD_SAFETY_ANALYSIS { --t_lineOwnerDepth; }
 
 CReleaseWaitingCommands::CReleaseWaitingCommands()
 {
@@ -173,7 +199,7 @@ CExchange::~CExchange() NO_THREAD_SAFETY_ANALYSIS
 CExchange::CPassLine::~CPassLine()
 {
     if (t_interruptDepth > 0) return;  // the line stays with this thread
-    for (int i = 0; s_ownerWaits && i < kPassLooks; ++i) s_ownerPassed.WaitTimeout(kPassWaitMs);
+    for (int i = 0; s_waitingToPass > 0 && i < kPassLooks; ++i) s_passed.WaitTimeout(kPassWaitMs);
 }
 
 bool CExchange::TakeLine()
@@ -203,8 +229,18 @@ bool CExchange::Transact(const std::uint8_t* request, unsigned length,
     return ReceiveReply(reply, kReplyBytes);
 }
 
+void CExchange::LeaveReplyUnread()
+{
+    CAutoCriticalSection lock(g_AccessCriticalSection);
+    s_nRepliesUnread += 1;
+}
+
 bool SendRequest(const std::uint8_t* request, unsigned length)
 {
+    if (t_line == LineState::kGranted && s_nRepliesUnread > 0) {
+        CAutoCriticalSection lock(g_AccessCriticalSection);
+        ReadPendingReplies();
+    }
     return t_line == LineState::kGranted && DeviceWriteData(request, length, 1) == length;
 }
 
@@ -212,7 +248,7 @@ bool ReceiveReply(std::uint8_t* reply, unsigned length)
 {
     std::memset(reply, 0, length);
     if (t_line != LineState::kGranted) return false;
-    const bool complete = DeviceReadData(reply, length) == length;
+    const bool complete = ReadReply(reply, length) == length;
     // The reply may still come: it is read away before the next command goes out.
     if (!complete && !s_ECGGoing) s_nRepliesPending += 1;
     return complete;

@@ -63,6 +63,19 @@ inline bool IsInsideLibrary()
     return CApiLock::IsHeldByThisThread() || CInterruptLock::IsHeldByThisThread();
 }
 
+// The interrupt lock for the threads that feed the stream and the photodiode listeners: a command
+// that ends lets the one that waits here go first.
+class SCOPED_CAPABILITY CPassedInterruptLock {
+public:
+    CPassedInterruptLock() ACQUIRE(g_InterruptCriticalSection);
+    ~CPassedInterruptLock() RELEASE();
+    CPassedInterruptLock(const CPassedInterruptLock&) = delete;
+    CPassedInterruptLock& operator=(const CPassedInterruptLock&) = delete;
+};
+
+// Runs `work` under the interrupt lock unless another thread has it now.
+void RunIfInterruptLockIsFree(void (*work)());
+
 // Held by the thread that builds and sends a packet, together with the interrupt lock.
 class SCOPED_CAPABILITY CLineOwner {
 public:
@@ -70,6 +83,9 @@ public:
     ~CLineOwner() RELEASE();
     CLineOwner(const CLineOwner&) = delete;
     CLineOwner& operator=(const CLineOwner&) = delete;
+
+private:
+    CPassedInterruptLock lock_;
 };
 
 // Released while it lives: commands that wait for the free line give up, so that its owner gets the
@@ -107,10 +123,13 @@ public:
     // Send, wait, receive a whole reply.
     bool Transact(const std::uint8_t* request, unsigned length, std::uint8_t (&reply)[kReplyBytes],
                   unsigned waitMs = 0);
+    // The reply to what was sent is not read: whoever reads next drops it.
+    void LeaveReplyUnread();
 
 private:
     // After the interrupt lock was given back and before the API lock is: the thread that waits to
-    // send the next packet comes first, so that one command goes into one gap.
+    // send the next packet, or to hand on a photodiode frame, comes first, so that one command goes
+    // into one gap.
     class CPassLine {
     public:
         CPassLine() = default;
@@ -123,6 +142,10 @@ private:
     CPassLine pass_;
     CInterruptLock interrupt_;
 };
+
+// As DeviceReadData, within one read budget, but photodiode frames that come before the reply are
+// kept for the poll thread.
+unsigned ReadReply(std::uint8_t* reply, unsigned length);
 
 // Reads the replies that may still come, each for one read budget at the longest; those that do not
 // stay pending. The caller holds g_AccessCriticalSection.

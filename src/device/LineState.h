@@ -16,6 +16,9 @@ extern Shared<bool> g_PPG_PDSamplingRunning;
 // Replies that may still come: to packets, and to commands that got none in time. Touched under
 // g_AccessCriticalSection by whoever writes the packet or reads a reply.
 extern Shared<int> s_nRepliesPending;
+// Replies that a command left unread on purpose; they come before that of the next packet. Touched
+// likewise.
+extern Shared<int> s_nRepliesUnread;
 
 // Held while a packet is built: whoever takes it replaces what the samples are computed from, or
 // written to. Nothing else is waited for under it.

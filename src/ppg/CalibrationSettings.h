@@ -4,8 +4,14 @@
 #include <cstdint>
 
 enum class PPGCalibrationSetting : std::uint8_t {
-    kRate1 = 1,  // also the LED level of position 1
-    kRate2 = 2,  // also the LED level of position 2
+    kLedLevel1 = 1,
+    kLedLevel2 = 2,
+    kTriggerLevel1 = 3,
+    kTriggerLevel2 = 4,
+    kLedLevel3 = 18,
+    kTriggerLevel3 = 19,
+    kRate1 = 1,  // the 0x3407 module shares these two numbers
+    kRate2 = 2,
     kRate3 = 25,
     kRate4 = 26,
 };

@@ -1,21 +1,20 @@
-// The PPG module's switches that a connection and a run need: dynamic light and LED strength,
-// signal detection, and stopping photodiode sampling.
+// The switches of the PPG module: dynamic light and LED strength, signal detection, ambient light.
 #pragma once
 
 #include <cstdint>
 
 #include "platform/Shared.h"
-#include "storage/Records.h"
+#include "vrax.h"
 
-// The module's factory setting, read on first need; cleared by identification.
-extern SharedRecord<FACTORY_SETTING> g_PPGFactorySettings;
 // Last requested dynamic LED strength.
 extern Shared<bool> g_PPGDynamicLEDEnabled;
 
 // Records the request, then sends it. True when acknowledged.
 bool EnableDynamicLEDStrength(bool on);
-// 0; sends nothing when the switch is there already. -1 when the instrument did not answer.
-int SetDynamicLight(int on);
+// The low byte is sent as given.
 bool EnableSignalStrengthDetection(int value);
-// Stops photodiode sampling; true when a full reply came.
-bool _StopPPGAD();
+
+enum class AmbientResult { kDone, kNoReply, kNotAcknowledged };
+// While a signal plays the reply is left unread.
+AmbientResult WriteAmbientLightMode(int mode);
+AmbientResult ReadAmbientLightMode(int& mode);

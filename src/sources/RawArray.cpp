@@ -49,18 +49,23 @@ void ReplaceRawArray(double* samples, int count, double rate)
     std::free(old);
 }
 
+void ReplaceRespirationArray(double* samples, int count, int rate)
+{
+    double* old;
+    {
+        CAutoCriticalSection packetIsBuilt(g_PacketCriticalSection);
+        old = g_pRespRawData;
+        g_pRespRawData = samples;
+        g_nRespRawSize = count;
+        g_nRespSampleRate = rate;
+    }
+    std::free(old);
+}
+
 void EmptyRawArray() { ReplaceRawArray(nullptr, 0, g_nECGRawSampleRate); }
 
 void FreeRawArrays()
 {
     ReplaceRawArray(nullptr, 0, kDefaultRate);
-    double* old;
-    {
-        CAutoCriticalSection packetIsBuilt(g_PacketCriticalSection);
-        old = g_pRespRawData;
-        g_pRespRawData = nullptr;
-        g_nRespRawSize = 0;
-        g_nRespSampleRate = kDefaultRate;
-    }
-    std::free(old);
+    ReplaceRespirationArray(nullptr, 0, kDefaultRate);
 }

@@ -11,7 +11,7 @@ extern Shared<int> ECGFileUnitMV;           // 1: millivolts, 0: microvolts
 // The respiration record, cleared together with it.
 extern Shared<double*> g_pRespRawData;
 extern Shared<int> g_nRespRawSize;
-extern Shared<int> g_nRespSampleRate;
+extern Shared<int> g_nRespSampleRate;  // Hz
 
 // Seconds; 0 when there is no record.
 double GetRawArrayPeriod();
@@ -23,6 +23,8 @@ inline double ClampToRecordRange(double mv) { return mv > 20.0 ? 20.0 : mv < -20
 
 // Takes over `samples` (from malloc, may be null) and frees the record before it.
 void ReplaceRawArray(double* samples, int count, double rate);
+// The same for the respiration record.
+void ReplaceRespirationArray(double* samples, int count, int rate);
 // Frees the record, so that a loader has the memory for its own; the rate stays.
 void EmptyRawArray();
 void FreeRawArrays();

@@ -176,6 +176,52 @@ const HeaderEntry HEADER_TABLE[] = {
     ENTRY(VRAXMeasureRLD),
     ENTRY(VRAXReadRLD),
 
+    ENTRY(VRAXSetRespiration),
+    ENTRY(VRAXSetCalibrationRespiration),
+    ENTRY(VRAXEnableRespiration),
+    ENTRY(VRAXSetRespirationAlgorithm),
+    ENTRY(VRAXDisableRespireAlgorithm),
+    ENTRY(VRAXSetRespirationRawData),
+    ENTRY(VRAXRespirationModuleIsConnected),
+    ENTRY(VRAXExternalRespiratorySetBaseline),
+    ENTRY(VRAXExternalRespiratorySetDAC),
+    ENTRY(VRAXExternalRespiratorySetBaselineDAC),
+    ENTRY(VRAXExternalRespiratorySetAmplitudeByResistance),
+    ENTRY(VRAXWriteRespirationRWA),
+    ENTRY(VRAXExternalRespiratoryWriteRDAC3),
+    ENTRY(VRAXWriteRespirationBaselineDACTable),
+    ENTRY(ExtRespGetBaselineDAC),
+    ENTRY(ExtRespGetAmplitudeDAC),
+
+    ENTRY(SetPPGWaveform),
+    ENTRY(VRAXSetPPGStandardWaveform),
+    ENTRY(VRAXSetPPGStandardWaveformEx),
+    ENTRY(VRAXSetPPGRawData),
+    ENTRY(VRAXClearPPGWaveform),
+    ENTRY(VRAXSetPTTp),
+    ENTRY(VRAXSetPPGRespirationAlgorithm),
+    ENTRY(VRAXEnablePPGOutput),
+
+    ENTRY(SetPPGTriggerLevel),
+    ENTRY(GetPPGTriggerLevel),
+    ENTRY(ResetPPGTriggerLevel),
+    ENTRY(SetPPGLedLevel),
+    ENTRY(ResetPPGLedLevel),
+    ENTRY(GetAutoTriggerLevelStatus),
+    ENTRY(VRAXEnableDynamicLEDStrength),
+    ENTRY(SetDynamicLight),
+    ENTRY(VRAXSetLEDAmbientLightMode),
+    ENTRY(VRAXGetLEDAmbientLightMode),
+    ENTRY(VRAXReadLEDPulseGroupSetting),
+    ENTRY(VRAXWriteLEDPulseGroupSetting),
+    ENTRY(GetPDStatus),
+    ENTRY(VRAXGetFPGAReport),
+    ENTRY(VRAXEnablePPGSampling),
+    ENTRY(VRAXDisablePPGSampling),
+    ENTRY(VRAXStartPPGSampling),
+    ENTRY(VRAXStopPPGSampling),
+    ENTRY(VRAXRegisterOutputPPGCallback),
+
     ENTRY(SetDcDac),
     ENTRY(PlayFixedDCByDAC),
 
@@ -232,5 +278,8 @@ CHECK(FeaturePhotodiodes, offsetof(VRAXDeviceFeature, photodiodeChannels) == 12)
 CHECK(FeatureAcMin, offsetof(VRAXDeviceFeature, ppgAcMin) == 24);
 CHECK(FeatureDcMax, offsetof(VRAXDeviceFeature, ppgDcMax) == 48);
 CHECK(FeatureLastCell, offsetof(VRAXDeviceFeature, reserved9) == 72);
+CHECK(PulseSize, sizeof(PPG_WAVEFORM) == 128);
+CHECK(PulseTimes, offsetof(PPG_WAVEFORM, t1) == 56);
+CHECK(PulseCycles, offsetof(PPG_WAVEFORM, variationCycles) == 112);
 CHECK(BoolSize, sizeof(bool) == 1);
 CHECK(LastFunction, OUTPUT_YY1079_DYNAMIC_RANGE == 10000 && OUTPUT_ANE20000 == 17);

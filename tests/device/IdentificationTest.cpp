@@ -6,6 +6,7 @@
 
 #include "device/Identification.h"
 #include "ppg/Sensor.h"
+#include "ppg/SensorLevels.h"
 #include "support/Frames.h"
 #include "support/OpenInstrument.h"
 #include "vrax.h"

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "ppg/Sensor.h"
+#include "ppg/SensorSampling.h"
 #include "support/Frames.h"
 #include "support/OpenInstrument.h"
 #include "vrax.h"

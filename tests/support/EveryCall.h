@@ -31,6 +31,12 @@ inline Calls NumberSetters(double value)
         [=] { VRAXSetECG2_27_Noise(50, value); },
         [=] { VRAXSetECG2_27_AAMIDriftTestAmplitude(value); },
         [=] { VRAXSetECG2_27_AAMIDriftTestFrequency(value); },
+        [=] { VRAXExternalRespiratorySetAmplitudeByResistance(value * 50); },
+        [=] { VRAXWriteRespirationRWA(value * 60, value * 60, value * 80, value); },
+        [=] {
+            unsigned short codes[3];
+            ExtRespGetAmplitudeDAC(value * 50, codes);
+        },
     };
 }
 
@@ -68,6 +74,36 @@ inline Calls FlagSetters(int value)
             double second = 0.0;
             VRAXReadRLD(&first, &second);
         },
+        [=] { VRAXEnableRespiration(value % 2); },
+        [=] { VRAXSetRespiration(1000, 15 + value % 10, 2, 500, value % 3); },
+        [=] { VRAXSetCalibrationRespiration(100 * value, 1000); },
+        [=] { VRAXSetRespirationAlgorithm(15, 1 + value % 5, 0, 10, 10, 10); },
+        [] { VRAXDisableRespireAlgorithm(); },
+        [] {
+            const double ohms[] = {0.0, 0.5, 1.0};
+            VRAXSetRespirationRawData(ohms, 3, 100);
+        },
+        [] { VRAXRespirationModuleIsConnected(); },
+        [=] { VRAXExternalRespiratorySetBaseline(value % 12, 0); },
+        [=] {
+            const auto code = static_cast<unsigned>(value);
+            VRAXExternalRespiratorySetDAC(code, code, code, code);
+            VRAXExternalRespiratorySetBaselineDAC(code);
+        },
+        [] { VRAXExternalRespiratoryWriteRDAC3(nullptr); },
+        [] { VRAXWriteRespirationBaselineDACTable(nullptr); },
+        [=] { ExtRespGetBaselineDAC(value); },
+        [=] { VRAXSetPPGStandardWaveform(value % 4, value % 5, 1, value % 2, 1.0, 1000, 10); },
+        [=] { VRAXSetPPGStandardWaveformEx(0, 3, 1, 0, 1, 0, 2, 1, 1, 1000, 10, 2, 900, 5); },
+        [=] {
+            const double samples[] = {1.0, 2.0, 3.0};
+            VRAXSetPPGRawData(value % 4, 1, value % 2, 3, samples, samples, 100.0);
+        },
+        [=] { SetPPGWaveform(value % 4, nullptr); },
+        [=] { VRAXClearPPGWaveform(value % 4); },
+        [=] { VRAXSetPTTp(value); },
+        [=] { VRAXSetPPGRespirationAlgorithm(value % 101, value % 7, value % 11); },
+        [=] { VRAXEnablePPGOutput(value % 4, false); },
         [=] { VRAXSetFileLoop(value); },
         [=] { VRAXSetSampleRate(20000); },
         [=] { VRAXConfigureTransmissionRate(value % 6); },
@@ -118,6 +154,41 @@ inline Calls CallbackSetters()
         [] { VRAXRegisterSyncMainFunctionCB(nullptr); },
         [] { RegisterStandardWaveformCB(nullptr); },
         [] { RegisterBaselineResetCB(nullptr); },
+    };
+}
+
+// The PPG module's light and photodiodes; none of them starts or stops sampling.
+inline Calls SensorCalls(int value)
+{
+    return {
+        [=] { SetPPGTriggerLevel(1 + value % 3, value % 256); },
+        [=] { GetPPGTriggerLevel(1 + value % 3); },
+        [] { ResetPPGTriggerLevel(); },
+        [=] { SetPPGLedLevel(1 + value % 3, value % 256); },
+        [] { ResetPPGLedLevel(); },
+        [] {
+            uint16_t status[5];
+            GetAutoTriggerLevelStatus(status);
+        },
+        [=] { VRAXEnableDynamicLEDStrength(value % 2 != 0); },
+        [=] { SetDynamicLight(value % 2); },
+        [=] { VRAXSetLEDAmbientLightMode(value % 15); },
+        [] { VRAXGetLEDAmbientLightMode(); },
+        [] {
+            uint16_t groups[5] = {};
+            VRAXReadLEDPulseGroupSetting(groups);
+            VRAXWriteLEDPulseGroupSetting(groups);
+        },
+        [] {
+            uint32_t v[6];
+            GetPDStatus(&v[0], &v[1], &v[2], &v[3], &v[4], &v[5]);
+        },
+        [] {
+            double report[18];
+            VRAXGetFPGAReport(report);
+        },
+        [=] { VRAXRegisterOutputPPGCallback(value % 4, [](double, double) {}); },
+        [=] { VRAXRegisterOutputPPGCallback(value % 4, nullptr); },
     };
 }
 

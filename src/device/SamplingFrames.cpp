@@ -1,0 +1,59 @@
+#include "device/SamplingFrames.h"
+
+#include <cstring>
+
+namespace {
+constexpr std::uint8_t kSamplingGroup = 0xAD;
+constexpr std::uint8_t kSamplingDirection = 0xFF;
+constexpr unsigned kMaskOffset = 4;
+constexpr std::uint8_t kChannels = 0x0F;
+// Far more than come during the longest exchange; beyond that the oldest go.
+constexpr unsigned kMostFrames = 2048;
+
+// Nothing else is waited for under it.
+CSimpleCriticalSection s_section;
+std::uint8_t s_frames[kMostFrames][kReplyBytes] GUARDED_BY(s_section);
+unsigned s_first GUARDED_BY(s_section) = 0;
+unsigned s_count GUARDED_BY(s_section) = 0;
+
+bool IsSamplingFrame(const std::uint8_t* block, unsigned length)
+{
+    return g_PPG_PDSamplingRunning && length == kReplyBytes && block[0] == kSamplingGroup &&
+           block[1] == kSamplingDirection && (block[kMaskOffset] & kChannels) != 0;
+}
+}  // namespace
+
+bool KeepSamplingFrame(const std::uint8_t* block, unsigned length)
+{
+    if (!IsSamplingFrame(block, length)) return false;
+    CAutoCriticalSection lock(s_section);
+    std::memcpy(s_frames[(s_first + s_count) % kMostFrames], block, kReplyBytes);
+    if (s_count < kMostFrames) {
+        ++s_count;
+    } else {
+        s_first = (s_first + 1) % kMostFrames;
+    }
+    return true;
+}
+
+bool HasKeptFrames()
+{
+    CAutoCriticalSection lock(s_section);
+    return s_count > 0;
+}
+
+bool TakeKeptFrame(std::uint8_t (&frame)[kReplyBytes])
+{
+    CAutoCriticalSection lock(s_section);
+    if (s_count == 0) return false;
+    std::memcpy(frame, s_frames[s_first], kReplyBytes);
+    s_first = (s_first + 1) % kMostFrames;
+    --s_count;
+    return true;
+}
+
+void DropKeptFrames()
+{
+    CAutoCriticalSection lock(s_section);
+    s_count = 0;
+}

@@ -1,0 +1,18 @@
+// Photodiode frames that come where a reply is awaited: they are told from replies, and kept in
+// their order until the poll thread hands them on.
+#pragma once
+
+#include <cstdint>
+
+#include "device/Device.h"
+#include "device/Exchange.h"
+
+// While sampling runs: keeps a whole block that is a frame of it. False for everything else, the
+// reply that ends sampling included: a frame names the channels that it carries. The caller holds
+// g_AccessCriticalSection, so that frames are kept as they came.
+bool KeepSamplingFrame(const std::uint8_t* block, unsigned length)
+    REQUIRES(g_AccessCriticalSection);
+bool HasKeptFrames();
+// The oldest; false when none is left.
+bool TakeKeptFrame(std::uint8_t (&frame)[kReplyBytes]);
+void DropKeptFrames();
