@@ -10,6 +10,7 @@
 #include "device/ModuleList.h"
 #include "device/Monitor.h"
 #include "device/Polling.h"
+#include "ppg/Channels.h"
 #include "sources/RawArray.h"
 #include "storage/Calibration.h"
 #include "streaming/Playback.h"
@@ -52,6 +53,9 @@ Shared<bool> s_ECGGoing = false;
 Shared<bool> g_PPG_PDSamplingRunning = false;
 Shared<int> s_nRepliesPending = 0;
 Shared<int> s_nRepliesUnread = 0;
+Shared<std::int64_t> s_nPacketNs = std::int64_t{0};
+Shared<bool> s_bPacketDue = false;
+Shared<bool> s_bFrameInHand = false;
 Shared<void (*)(bool)> g_ConnectedCallback = nullptr;
 Shared<int> g_bStopConnectDeviceThread = 0;
 Shared<int> g_bStopMonitor = 0;
@@ -87,6 +91,7 @@ public:
         JoinPollingThread();
         if (callsInside) WaitForCallsToLeave();
         FreeRawArrays();
+        for (int led = 0; led < kPPGChannels; ++led) _ClearPPGData(led);
         FreeCalibrationCache();
     }
 

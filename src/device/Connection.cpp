@@ -53,6 +53,7 @@ void TearDown()
     DeviceClose();
     JoinPollingThread();  // its last read must not meet the next port
     s_nRepliesPending = 0;
+    s_nRepliesUnread = 0;
     MarkLost();
     s_steps.forget();
     g_AutoMonitor.PauseMonitor();

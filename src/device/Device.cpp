@@ -204,10 +204,18 @@ void SetDeviceTimeoutSetting(unsigned readMs, unsigned writeMs)
 unsigned DeviceReadData(unsigned char* buffer, unsigned length)
 {
     CAutoCriticalSection lock(g_AccessCriticalSection);
+    return DeviceReadUntil(buffer, length, MonotonicNs() + BudgetNs(g_nDeviceReadTimeout));
+}
+
+unsigned DeviceReadUntil(unsigned char* buffer, unsigned length, std::int64_t deadline,
+                         unsigned* came)
+{
+    CAutoCriticalSection lock(g_AccessCriticalSection);
+    unsigned ignored = 0;
+    unsigned& obtained = came != nullptr ? *came : ignored;
+    obtained = 0;
     const int port = static_cast<int>(g_hDevice);
     if (port == -1) return 0;
-    const std::int64_t deadline = MonotonicNs() + BudgetNs(g_nDeviceReadTimeout);
-    unsigned obtained = 0;
     while (obtained < length) {
         if (WaitReady(port, POLLIN, deadline) <= 0) return 0;  // what came so far does not count
         const ssize_t count = read(port, buffer + obtained, length - obtained);

@@ -51,7 +51,10 @@ int DeviceCheckPath(const char* path);
 // All `length` bytes, or what came before a hard error; 0 once the budget is spent, whatever had
 // come by then.
 unsigned DeviceReadData(unsigned char* buffer, unsigned length);
-// Likewise for writing. The third argument has no effect.
+// The same until a moment of MonotonicNs(). `came`: how many bytes have come, whatever the result.
+unsigned DeviceReadUntil(unsigned char* buffer, unsigned length, std::int64_t deadlineNs,
+                         unsigned* came = nullptr);
+// As DeviceReadData for writing. The third argument has no effect.
 unsigned DeviceWriteData(const unsigned char* buffer, unsigned length, unsigned ignored);
 
 // Whether bytes are there to be read, after waiting at most `milliseconds`. Takes no lock: the port

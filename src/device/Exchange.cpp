@@ -16,6 +16,8 @@ constexpr unsigned kRecheckMs = 50;       // whether there is still something to
 constexpr unsigned kSensorWaitMs = 1000;  // a silent photodiode sensor never locks the API
 constexpr std::int64_t kNsPerMs = 1000000;
 
+thread_local bool t_isPollingThread = false;
+thread_local bool t_sentSamplingCommand = false;
 thread_local int t_interruptDepth = 0;
 thread_local int t_apiDepth = 0;
 thread_local int t_lineOwnerDepth = 0;
@@ -35,6 +37,14 @@ std::atomic<int> s_releasers{0};
 CSimpleCriticalSection s_releaseSection;
 CManualResetEvent s_release(false);
 
+// Reads away the replies that come late, or does without them.
+void ForgetPendingReplies() REQUIRES(g_AccessCriticalSection)
+{
+    ReadPendingReplies();
+    s_nRepliesPending = 0;
+    s_nRepliesUnread = 0;
+}
+
 void QuietLine()
 {
     PausePollingThread();
@@ -42,29 +52,44 @@ void QuietLine()
     // The reply to the last packet of a run that is ending, or to a command that got none in time,
     // and whatever came unasked, is not the reply to the command that follows.
     CAutoCriticalSection lock(g_AccessCriticalSection);
-    ReadPendingReplies();
-    s_nRepliesPending = 0;
-    s_nRepliesUnread = 0;
+    ForgetPendingReplies();
+    unsigned char block[kReplyBytes];
+    while (g_PPG_PDSamplingRunning &&
+           KeepSamplingFrame(block, DeviceReadAvailable(block, sizeof block))) {
+    }
     DeviceDiscardInput();
 }
 
-// Until the moment between a reply and the next packet. The interrupt lock is held meanwhile: the
-// play thread sets the event before it asks for that lock.
+// The poll thread stands with a frame in hand: a reply that was late in the last exchange lies on
+// the line, or does not come.
+void UseGapBetweenFrames()
+{
+    CAutoCriticalSection lock(g_AccessCriticalSection);
+    if (s_nRepliesPending > 0) ForgetPendingReplies();
+}
+
+// Until the moment between a reply and the next packet, or between two photodiode frames. The
+// interrupt lock is held meanwhile: whoever offers the line says so before it asks for that lock.
 bool WaitForFreeLine()
 {
     CEvent* events[] = {&g_hProcessRequestEvent, &s_release};
     const std::int64_t sensorDeadline =
         MonotonicNs() + static_cast<std::int64_t>(kSensorWaitMs) * kNsPerMs;
     for (;;) {
-        const int index = WaitForMultipleObjects(2, events, 0, kRecheckMs);
-        if (index == 1 || g_bConnected == 0) return false;
-        // A photodiode frame in hand is not lost: what follows it on the line stays there.
-        if (index == 0 && IsLineBusy()) return true;
+        if (g_bConnected == 0) return false;
+        if (IsLineBusy() && IsLineOffered()) {
+            if (!s_ECGGoing) UseGapBetweenFrames();
+            return true;
+        }
         const bool sensorIsSilent = !s_ECGGoing && MonotonicNs() > sensorDeadline;
         if (!IsLineBusy() || sensorIsSilent) {
             QuietLine();
             return true;
         }
+        if (t_isPollingThread) return false;  // nobody else would read the reply that frees it
+        const int index = WaitForMultipleObjects(2, events, 0, kRecheckMs);
+        if (index == 1) return false;
+        if (index == 0 && !IsLineOffered()) g_hProcessRequestEvent.ResetEvent();  // of another gap
     }
 }
 
@@ -81,15 +106,15 @@ bool TakeLineForThisThread()
 }
 }  // namespace
 
-unsigned ReadReply(std::uint8_t* reply, unsigned length)
+unsigned ReadReply(std::uint8_t* reply, unsigned length, unsigned* came)
 {
     CAutoCriticalSection lock(g_AccessCriticalSection);
     const std::int64_t budgetNs = static_cast<std::int64_t>(g_nDeviceReadTimeout) * kNsPerMs;
     const std::int64_t deadline = MonotonicNs() + budgetNs;
     for (;;) {
-        const unsigned count = DeviceReadData(reply, length);
+        const unsigned count = DeviceReadUntil(reply, length, deadline, came);
+        if (t_sentSamplingCommand && IsSamplingAcknowledge(reply, count)) return count;
         if (!KeepSamplingFrame(reply, count)) return count;
-        if (MonotonicNs() >= deadline) return 0;
     }
 }
 
@@ -146,7 +171,6 @@ bool CInterruptLock::IsHeldByThisThread() { return t_interruptDepth > 0; }
 
 CPassedInterruptLock::CPassedInterruptLock()
 {
-    s_passed.ResetEvent();
     s_waitingToPass.fetch_add(1);
     g_InterruptCriticalSection.Lock();
     s_waitingToPass.fetch_sub(1);
@@ -160,14 +184,26 @@ CPassedInterruptLock::~CPassedInterruptLock()
     g_InterruptCriticalSection.Unlock();
 }
 
-void RunIfInterruptLockIsFree(void (*work)())
+CPassingTurn::CPassingTurn() { s_waitingToPass.fetch_add(1); }
+
+bool CPassingTurn::TryTake()
 {
-    if (!g_InterruptCriticalSection.TryLock()) return;
+    if (!g_InterruptCriticalSection.TryLock()) return false;
+    taken_ = true;
     ++t_interruptDepth;
-    work();
+    return true;
+}
+
+CPassingTurn::~CPassingTurn()
+{
+    s_waitingToPass.fetch_sub(1);
+    s_passed.SetEvent();
+    if (!taken_) return;
     --t_interruptDepth;
     g_InterruptCriticalSection.Unlock();
 }
+
+void MarkPollingThread() { t_isPollingThread = true; }
 
 CLineOwner::CLineOwner() NO_THREAD_SAFETY_ANALYSIS { ++t_lineOwnerDepth; }
 CLineOwner::~CLineOwner() NO_THREAD_SAFETY_ANALYSIS { --t_lineOwnerDepth; }
@@ -199,7 +235,11 @@ CExchange::~CExchange() NO_THREAD_SAFETY_ANALYSIS
 CExchange::CPassLine::~CPassLine()
 {
     if (t_interruptDepth > 0) return;  // the line stays with this thread
-    for (int i = 0; s_waitingToPass > 0 && i < kPassLooks; ++i) s_passed.WaitTimeout(kPassWaitMs);
+    for (int i = 0; i < kPassLooks; ++i) {
+        s_passed.ResetEvent();
+        if (s_waitingToPass == 0) return;
+        s_passed.WaitTimeout(kPassWaitMs);
+    }
 }
 
 bool CExchange::TakeLine()
@@ -241,6 +281,7 @@ bool SendRequest(const std::uint8_t* request, unsigned length)
         CAutoCriticalSection lock(g_AccessCriticalSection);
         ReadPendingReplies();
     }
+    t_sentSamplingCommand = IsSamplingCommand(request, length);
     return t_line == LineState::kGranted && DeviceWriteData(request, length, 1) == length;
 }
 
@@ -248,8 +289,12 @@ bool ReceiveReply(std::uint8_t* reply, unsigned length)
 {
     std::memset(reply, 0, length);
     if (t_line != LineState::kGranted) return false;
-    const bool complete = ReadReply(reply, length) == length;
-    // The reply may still come: it is read away before the next command goes out.
+    CAutoCriticalSection lock(g_AccessCriticalSection);
+    unsigned came = 0;
+    const bool complete = ReadReply(reply, length, &came) == length;
+    // The reply may still come. Idle, it is read away before the next command goes out; during a
+    // run it comes before the reply to the next packet, unless a part of it has come.
     if (!complete && !s_ECGGoing) s_nRepliesPending += 1;
+    if (came == 0 && s_ECGGoing) s_nRepliesUnread += 1;
     return complete;
 }

@@ -73,8 +73,25 @@ public:
     CPassedInterruptLock& operator=(const CPassedInterruptLock&) = delete;
 };
 
-// Runs `work` under the interrupt lock unless another thread has it now.
-void RunIfInterruptLockIsFree(void (*work)());
+// The same for the poll thread while a signal streams: from its construction it is one that waits,
+// but it can go back to reading without having got the lock.
+class CPassingTurn {
+public:
+    CPassingTurn();
+    ~CPassingTurn();
+    CPassingTurn(const CPassingTurn&) = delete;
+    CPassingTurn& operator=(const CPassingTurn&) = delete;
+
+    // Never waits.
+    bool TryTake();
+
+private:
+    bool taken_ = false;
+};
+
+// Called by the poll thread at its start. A listener that it calls never waits for what this thread
+// alone can read.
+void MarkPollingThread();
 
 // Held by the thread that builds and sends a packet, together with the interrupt lock.
 class SCOPED_CAPABILITY CLineOwner {
@@ -143,9 +160,9 @@ private:
     CInterruptLock interrupt_;
 };
 
-// As DeviceReadData, within one read budget, but photodiode frames that come before the reply are
-// kept for the poll thread.
-unsigned ReadReply(std::uint8_t* reply, unsigned length);
+// As DeviceReadData, but photodiode frames that come before the reply are kept for the poll thread.
+// `came`: how many bytes of a reply that is not whole.
+unsigned ReadReply(std::uint8_t* reply, unsigned length, unsigned* came = nullptr);
 
 // Reads the replies that may still come, each for one read budget at the longest; those that do not
 // stay pending. The caller holds g_AccessCriticalSection.

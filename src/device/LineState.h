@@ -2,6 +2,8 @@
 // thread and the command exchanges pass the line to each other.
 #pragma once
 
+#include <cstdint>
+
 #include "platform/Platform.h"
 
 // 1 while an instrument is connected and prepared. Written by the connect thread.
@@ -20,6 +22,15 @@ extern Shared<int> s_nRepliesPending;
 // likewise.
 extern Shared<int> s_nRepliesUnread;
 
+// How long the packet that was sent last plays, ns. Written before it is sent.
+extern Shared<std::int64_t> s_nPacketNs;
+
+// A thread of the library has taken a block in, has nothing more under way and is about to ask for
+// the interrupt lock: the play thread with the reply to a packet, the poll thread with a photodiode
+// frame. A command that holds the lock may use the line now.
+extern Shared<bool> s_bPacketDue;
+extern Shared<bool> s_bFrameInHand;
+
 // Held while a packet is built: whoever takes it replaces what the samples are computed from, or
 // written to. Nothing else is waited for under it.
 extern CSimpleCriticalSection g_PacketCriticalSection;
@@ -30,8 +41,10 @@ extern CAutoResetEvent& g_hReadEvent;
 extern CAutoResetEvent& g_hSendEvent;
 // The poll thread is to leave its reply-reading loop.
 extern CManualResetEvent g_hStopReceiveEvent;
-// The line is free for a command, between a reply and the next packet.
+// Tells commands that wait for the line to look whether it is offered.
 extern CManualResetEvent g_hProcessRequestEvent;
 
 // ECG streaming or photodiode sampling keeps the line busy.
 inline bool IsLineBusy() { return s_ECGGoing || g_PPG_PDSamplingRunning; }
+// A photodiode frame gives no command the gap between two packets.
+inline bool IsLineOffered() { return s_ECGGoing ? s_bPacketDue : s_bFrameInHand; }

@@ -11,12 +11,11 @@ constexpr useconds_t kPausedSleepUs = 10000;
 constexpr useconds_t kRetrySleepUs = 10000;
 constexpr unsigned kIdleWaitMs = 100;
 constexpr unsigned kJoinLimitMs = 10000;
-constexpr unsigned kSamplingHeadBytes = 8;
-constexpr std::uint8_t kSamplingGroup = 0xAD;
-constexpr std::uint8_t kSamplingDirection = 0xFF;
 constexpr std::int64_t kNsPerMs = 1000000;
-// Longer than any packet plays.
-constexpr std::int64_t kLostReplyNs = 2000 * kNsPerMs;
+// Beyond the time of two packets a reply that has not come is lost.
+constexpr std::int64_t kLostReplyNs = 300 * kNsPerMs;
+constexpr useconds_t kTurnPauseUs = 1000;
+constexpr int kMostLooksWhilePacketIsOut = 20;
 
 CJoinableThread s_pPollingThread;
 Shared<bool> s_bStopPool = false;
@@ -54,10 +53,7 @@ StreamRead ReadStreamReply()
 void HandOn(const std::uint8_t* block, unsigned length)
 {
     void (*handler)(const std::uint8_t*, unsigned) = s_samplingHandler;
-    if (g_PPG_PDSamplingRunning && length >= kSamplingHeadBytes && block[0] == kSamplingGroup &&
-        block[1] == kSamplingDirection && handler != nullptr) {
-        handler(block, length);
-    }
+    if (handler != nullptr && IsSamplingBlock(block, length)) handler(block, length);
 }
 
 void HandOnKeptFrames()
@@ -79,7 +75,8 @@ public:
         }
         usleep(kRetrySleepUs);
         // The reply that was left unread has never come: the one taken for it was the packet's.
-        if (tookUnreadNs_ == 0 || MonotonicNs() - tookUnreadNs_ < kLostReplyNs) return false;
+        const std::int64_t limit = 2 * s_nPacketNs + kLostReplyNs;
+        if (tookUnreadNs_ == 0 || MonotonicNs() - tookUnreadNs_ < limit) return false;
         tookUnreadNs_ = 0;
         return true;
     }
@@ -88,10 +85,29 @@ private:
     std::int64_t tookUnreadNs_ = 0;
 };
 
+// A turn at the interrupt lock, between the reply to a packet and the next packet: it is asked for
+// before the play thread may go on. The command that has the lock, if any, needs no reply that this
+// thread would have to read, and lets both threads through when it ends. Once the next packet is out
+// there is little time left.
+void HandOnInTurn(CPassingTurn& turn)
+{
+    for (int looks = 0; s_ECGGoing && !s_bStopPool && looks < kMostLooksWhilePacketIsOut;) {
+        if (turn.TryTake()) return HandOnKeptFrames();
+        usleep(kTurnPauseUs);
+        if (s_nRepliesPending > 0) ++looks;
+    }
+}
+
+void LetNextPacketGo()
+{
+    if (!HasKeptFrames()) return g_hSendEvent.SetEvent();
+    CPassingTurn turn;
+    g_hSendEvent.SetEvent();
+    HandOnInTurn(turn);
+}
+
 // Until the thread is told to end or the run stops: one reply is read for each packet sent, and lets
-// the next one go. Being told to end comes first: a read that is repeated sets its own event. A
-// command that waits for the line holds the interrupt lock until the play thread has got that reply,
-// so photodiode frames are handed on when the lock is free.
+// the next one go. Being told to end comes first: a read that is repeated sets its own event.
 void PollStream()
 {
     CEvent* events[] = {&s_hStopPoll, &g_hStopReceiveEvent, &g_hReadEvent};
@@ -100,22 +116,34 @@ void PollStream()
         const int index = WaitForMultipleObjects(3, events, 0, kInfinite);
         if (index == 1) g_hProcessRequestEvent.SetEvent();
         if (index != 2) return;
-        (packetReply.Read() ? g_hSendEvent : g_hReadEvent).SetEvent();
-        if (HasKeptFrames()) RunIfInterruptLockIsFree(HandOnKeptFrames);
+        if (packetReply.Read()) {
+            LetNextPacketGo();
+        } else {
+            g_hReadEvent.SetEvent();
+        }
     }
 }
 
 bool MayReadIdle() { return g_hPollingEvent.WaitTimeout(0) == 0 && !s_ECGGoing && !s_bStopPool; }
 
-// The event is set before the interrupt lock is taken, so that a command that waits for a free line
-// while sampling runs goes first. The frames that it met are younger than the block.
+// The line is offered before the interrupt lock is taken, so that a command that waits for it goes
+// first. The frames that it met are younger than the block.
 void DispatchBlock(const std::uint8_t* block, unsigned length)
 {
+    s_bFrameInHand = true;
     g_hProcessRequestEvent.SetEvent();
     CPassedInterruptLock lock;
     HandOn(block, length);
     HandOnKeptFrames();
-    g_hProcessRequestEvent.ResetEvent();
+    s_bFrameInHand = false;
+}
+
+// A reply that was given up comes as a block.
+void CountLateReply(const IncomingBlock& incoming) REQUIRES(g_AccessCriticalSection)
+{
+    const bool isReply = incoming.length == kReplyBytes && s_nRepliesPending > 0 &&
+                         !IsSamplingBlock(incoming.bytes, incoming.length);
+    if (isReply) s_nRepliesPending -= 1;
 }
 
 // Waits without the access lock, and looks again whether reading is allowed once it holds it: a
@@ -145,6 +173,7 @@ void PollIdle(IncomingBlock& incoming)
         const unsigned count =
             DeviceReadAvailable(incoming.bytes + incoming.length, kReplyBytes - incoming.length);
         incoming.length += count;
+        CountLateReply(incoming);
         hungUp = count == 0;  // readable and empty
     }
     if (hungUp) usleep(kPausedSleepUs);
@@ -165,6 +194,7 @@ void _USBDataPoll(IncomingBlock& incoming)
 
 void* USBDataPollThread(void*)
 {
+    MarkPollingThread();
     IncomingBlock incoming;
     while (!s_bStopPool) {
         if (g_hPollingEvent.WaitTimeout(0) != 0) {

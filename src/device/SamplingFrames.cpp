@@ -5,10 +5,14 @@
 namespace {
 constexpr std::uint8_t kSamplingGroup = 0xAD;
 constexpr std::uint8_t kSamplingDirection = 0xFF;
+constexpr unsigned kAckOffset = 3;
+constexpr std::uint8_t kAcknowledged = 0xFF;
 constexpr unsigned kMaskOffset = 4;
 constexpr std::uint8_t kChannels = 0x0F;
-// Far more than come during the longest exchange; beyond that the oldest go.
-constexpr unsigned kMostFrames = 2048;
+constexpr unsigned kHeadBytes = 8;
+// More than come, one a millisecond, during the longest exchange: a calibration of the DC path is
+// written in 12 s. Beyond that the oldest go.
+constexpr unsigned kMostFrames = 16384;
 
 // Nothing else is waited for under it.
 CSimpleCriticalSection s_section;
@@ -16,12 +20,30 @@ std::uint8_t s_frames[kMostFrames][kReplyBytes] GUARDED_BY(s_section);
 unsigned s_first GUARDED_BY(s_section) = 0;
 unsigned s_count GUARDED_BY(s_section) = 0;
 
+// The reply that ends sampling begins alike, but names no channel.
 bool IsSamplingFrame(const std::uint8_t* block, unsigned length)
 {
-    return g_PPG_PDSamplingRunning && length == kReplyBytes && block[0] == kSamplingGroup &&
-           block[1] == kSamplingDirection && (block[kMaskOffset] & kChannels) != 0;
+    return length == kReplyBytes && IsSamplingBlock(block, length) &&
+           (block[kMaskOffset] & kChannels) != 0;
 }
 }  // namespace
+
+bool IsSamplingCommand(const std::uint8_t* request, unsigned length)
+{
+    return length > 1 && request[0] == kSamplingGroup && request[1] == kSamplingDirection;
+}
+
+bool IsSamplingBlock(const std::uint8_t* block, unsigned length)
+{
+    return g_PPG_PDSamplingRunning && length >= kHeadBytes && block[0] == kSamplingGroup &&
+           block[1] == kSamplingDirection;
+}
+
+bool IsSamplingAcknowledge(const std::uint8_t* block, unsigned length)
+{
+    return length == kReplyBytes && IsSamplingBlock(block, length) &&
+           block[kAckOffset] == kAcknowledged;
+}
 
 bool KeepSamplingFrame(const std::uint8_t* block, unsigned length)
 {

@@ -101,6 +101,8 @@ int VRAXDisablePPGSampling(void)
     CApiLock lock;
     if (g_PPG_PDSamplingEnabled && !_StopPPGAD()) return -1;
     g_PPG_PDSamplingEnabled = false;
+    const CInterruptLock noListenerIsCalled;
+    DropKeptFrames();
     for (auto& listener : g_PPGSamplingCBs) listener = nullptr;
     return 0;
 }
@@ -122,20 +124,37 @@ int VRAXStartPPGSampling(void)
     return 0;
 }
 
-void VRAXStopPPGSampling(void)
+namespace {
+// False when the wait for the line was given up for another call that stops something.
+bool TryStopSampling()
 {
     // Commands that wait for the free line give the API lock back.
     std::optional<CReleaseWaitingCommands> release(std::in_place);
     CApiLock lock;
     release.reset();
-    bool hasLine = false;
-    {
-        CExchange line;
-        hasLine = line.TakeLine();
-        _StopPPGAD();
-        g_PPG_PDSamplingRunning = false;
-        DropKeptFrames();
+    CExchange line;
+    const bool hasLine = line.TakeLine();
+    _StopPPGAD();
+    if (!hasLine) return false;
+    g_PPG_PDSamplingRunning = false;
+    DropKeptFrames();
+    return true;
+}
+
+void ForgetSampling()
+{
+    const CInterruptLock noListenerIsCalled;
+    g_PPG_PDSamplingRunning = false;
+    DropKeptFrames();
+}
+}  // namespace
+
+void VRAXStopPPGSampling(void)
+{
+    // The other call has the API lock, and has stopped what it wanted to, before the next attempt.
+    constexpr int kAttempts = 3;
+    for (int i = 0; i < kAttempts; ++i) {
+        if (TryStopSampling()) return;
     }
-    // The wait was given up for another call that stops; now there is nothing to wait for.
-    if (!hasLine) _StopPPGAD();
+    ForgetSampling();
 }

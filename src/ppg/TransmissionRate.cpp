@@ -36,6 +36,7 @@ bool WriteChanged(Shared<std::uint16_t>& kept, std::uint16_t value, PPGCalibrati
 bool UpdateMCUTransmissionRate(std::uint16_t a, std::uint16_t b, std::uint16_t c, std::uint16_t d)
 {
     if (GetPPGFullModelNumber() != kPPGModel3407) return true;
+    CApiLock lock;  // what is kept is what was written last
     // b and c are crossed between the comparison and the write, deliberately: a change of b writes
     // c to setting 2, a change of c writes b to setting 25.
     return WriteChanged(s_kept[0], a, PPGCalibrationSetting::kRate1, a) &&

@@ -1,5 +1,7 @@
 #include "streaming/Playback.h"
 
+#include <algorithm>
+
 #include "device/Device.h"
 #include "device/Exchange.h"
 #include "streaming/Packet.h"
@@ -27,6 +29,14 @@ Pace s_pace GUARDED_BY(g_InterruptCriticalSection) = Pace::kNone;
 
 bool IsStopRequested() { return g_hStopPlayEvent.WaitTimeout(0) == 0; }
 
+// The longest that a packet plays at this rate.
+std::int64_t PacketNs()
+{
+    constexpr std::int64_t kNsPerSecond = 1000000000;
+    constexpr std::int64_t kMostSamples = 14 * kFramesPerPacket;
+    return kMostSamples * kNsPerSecond / std::max(_GetSampleRate(), 1);
+}
+
 // Without the instrument's replies nothing goes out, but to a port that the application handed over:
 // it has no poll thread, and its replies are dropped here.
 bool WritePacket(unsigned char* buffer) REQUIRES(g_InterruptCriticalSection)
@@ -36,7 +46,9 @@ bool WritePacket(unsigned char* buffer) REQUIRES(g_InterruptCriticalSection)
         if (!g_bPortAdopted || g_bConnected != 0) return false;
         DeviceDiscardInput();
         s_nRepliesPending = 0;
+        s_nRepliesUnread = 0;
     }
+    s_nPacketNs = PacketNs();
     const bool sent = DeviceWriteData(buffer, kPacketBytes, 0) == kPacketBytes;
     if (sent) s_nRepliesPending += 1;
     return sent;
@@ -75,8 +87,10 @@ bool SendFirstPacket()
 // interrupt lock, and goes first.
 void SendPacket()
 {
+    s_bPacketDue = true;
     g_hProcessRequestEvent.SetEvent();
     CLineOwner line;
+    s_bPacketDue = false;
     if (!IsStopRequested() && s_pace == Pace::kDevice) {
         _SendNextPacket(false);
         g_hReadEvent.SetEvent();
@@ -207,7 +221,7 @@ void _SendStopPacket()
     // A reply that comes late is read away before the next command goes out.
     if (DeviceWriteData(buffer, kPacketBytes, 1) == kPacketBytes) s_nRepliesPending += 1;
     unsigned char reply[kReplyBytes];
-    if (DeviceReadData(reply, sizeof reply) >= 1 && s_nRepliesPending > 0) s_nRepliesPending -= 1;
+    if (ReadReply(reply, sizeof reply) >= 1 && s_nRepliesPending > 0) s_nRepliesPending -= 1;
 }
 
 void EndRunForUnload()

@@ -30,8 +30,16 @@ public:
         s_ECGGoing = isStreaming;
         g_PPG_PDSamplingRunning = isSampling;
     }
+    // As the play thread with a reply and the poll thread with a frame offer it.
+    static void Offer()
+    {
+        (s_ECGGoing ? s_bPacketDue : s_bFrameInHand) = true;
+        g_hProcessRequestEvent.SetEvent();
+    }
     ~CBusyLine()
     {
+        s_bPacketDue = false;
+        s_bFrameInHand = false;
         g_bConnected = 0;
         s_ECGGoing = false;
         g_PPG_PDSamplingRunning = false;
@@ -185,7 +193,22 @@ TEST(Exchange, WaitsForTheFreeLineWhileAnInstrumentStreams)
     auto answer = AskVoltage();
     EXPECT_EQ(answer.wait_for(std::chrono::milliseconds(1500)), std::future_status::timeout);
     EXPECT_TRUE(opened.device.Exchanges().empty());
+    CBusyLine::Offer();
+    ASSERT_EQ(answer.wait_for(kGenerous), std::future_status::ready);
+    EXPECT_EQ(answer.get(), 250u);
+}
+
+// Left behind by the end of a run beside sampling, for one.
+TEST(Exchange, AnEventOfAnotherGapDoesNotFreeTheLine)
+{
+    COpenInstrument opened;
+    const CBusyLine busy(true, false);
+    auto answer = AskVoltage();
+    s_bFrameInHand = true;
     g_hProcessRequestEvent.SetEvent();
+    EXPECT_EQ(answer.wait_for(std::chrono::milliseconds(300)), std::future_status::timeout);
+    EXPECT_TRUE(opened.device.Exchanges().empty());
+    CBusyLine::Offer();
     ASSERT_EQ(answer.wait_for(kGenerous), std::future_status::ready);
     EXPECT_EQ(answer.get(), 250u);
 }
@@ -198,7 +221,7 @@ TEST(Exchange, WaitsForABlockWhilePhotodiodesAreSampled)
     auto answer = AskVoltage();
     EXPECT_EQ(answer.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
     EXPECT_TRUE(opened.device.Exchanges().empty());
-    g_hProcessRequestEvent.SetEvent();
+    CBusyLine::Offer();
     ASSERT_EQ(answer.wait_for(kGenerous), std::future_status::ready);
     EXPECT_EQ(answer.get(), 250u);
 }
