@@ -79,6 +79,5 @@ int VRAXEnablePPGOutput(int led, bool enable)
     if (IsLineBusy()) return kBusy;
     if (!IsPPGChannel(led)) return kNoChannel;
     g_bPPGOutputEnabled[led] = enable;
-    ChooseACRanges();
     return kOk;
 }

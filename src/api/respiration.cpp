@@ -59,7 +59,7 @@ int VRAXEnableRespiration(int on)
     const bool wanted = on != 0;
     StoreRespirationSwitch(wanted);
     _outputLog("VRAXEnableRespiration(%s);", BoolText(wanted));
-    if (DeviceIsConnected() == 0) return 0;
+    if (DeviceIsConnected() == 0 || !line.TakeLine()) return 0;
     _ChangeRequested();
     SetRelays(false);
     if (!wanted && ExtRespIsAvailable() != 0) WriteModuleBaseline(0);

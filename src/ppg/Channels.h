@@ -1,7 +1,7 @@
 // The three PPG channels: their waveforms, and the codes of a channel at a play time.
 //
-// A channel's waveform is written under the API lock and g_PacketCriticalSection together, and read
-// under either: the thread that builds packets holds the second.
+// A channel's waveform is written and read under g_PacketCriticalSection, which the thread that
+// builds packets holds.
 #pragma once
 
 #include <cstdint>

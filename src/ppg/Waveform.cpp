@@ -18,7 +18,7 @@ constexpr int kUnlimitedVariation = 3;
 constexpr double kLowestVariationPercent = -16.0;
 constexpr int kMaxVariationCycles = 5;
 
-// A NaN passes, as it does everywhere.
+// A NaN becomes the lower bound; synthesis reads none of these fields.
 double Clamp(double value, double low, double high) { return std::max(low, std::min(value, high)); }
 
 double HighestVariationPercent(double acMax, double ac)

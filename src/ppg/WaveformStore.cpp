@@ -159,7 +159,6 @@ int StorePPGWaveform(int led, const PPG_WAVEFORM* wave) noexcept
     g_PPG_data_periods[led] = PeriodOf(led);
     g_PPG_led_sync[led] = static_cast<std::uint8_t>(stored.ledSync);
     g_PPG_invert_output[led] = stored.invert == 1;
-    ChooseACRanges();
     return samples;
 }
 
@@ -184,7 +183,6 @@ int StorePPGRawData(int led, int ledSync, int invert, int count, const double* d
     g_PPG_data_periods[led] = PeriodOf(led);
     g_PPG_led_sync[led] = static_cast<std::uint8_t>(ledSync);
     g_PPG_invert_output[led] = invert == 1;
-    ChooseACRanges();
     return 0;
 }
 

@@ -126,7 +126,7 @@ double ModulatedTime(int function, const CycleQuantities& c, const SamplePositio
     const double rate = RateAt(position);
     const bool running = function == OUTPUT_ECG ? position.s_t >= 1.0 / rate : position.s_t > 0.0;
     if (running) {
-        s_FreqMod_Phase += (c.frequency + depth * r) / rate;
+        s_FreqMod_Phase += (g_F + depth * r) / rate;
     } else {
         s_FreqMod_Phase = t / c.s_tp;
     }

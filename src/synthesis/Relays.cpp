@@ -138,6 +138,7 @@ void SetRelays(bool force)
     CExchange line(CExchange::Line::kLater);
     g_nRelayControl = BuildRelayWord(force);
     g_OperateMode = BuildOperateMode();
+    if (force || !s_ECGGoing) ChooseACRanges();
     if (DeviceIsConnected() == 0) return;
 
     std::uint8_t command[kCommandBytes] = {};

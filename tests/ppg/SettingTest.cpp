@@ -9,6 +9,7 @@
 #include "support/ApiLogFile.h"
 #include "support/FittedModule.h"
 #include "support/PpgChannel.h"
+#include "synthesis/Relays.h"
 
 namespace {
 int SetStandard(int led, double frequency = 1.0, double dc = 1000.0, double ac = 10.0)
@@ -291,12 +292,15 @@ TEST_F(Case3407, TheHigherDCLevelLimitsTheFactor)
     EXPECT_DOUBLE_EQ(AcOf(1), 12.0);
 }
 
-TEST_F(Case3407, AnEnabledChannelTakesTheRangeOfItsWaveform)
+TEST_F(Case3407, AnEnabledChannelTakesTheRangeOfItsWaveformWithTheRelays)
 {
     g_ACCalMode[0] = std::uint8_t{7};
     ASSERT_GT(SetStandard(0, 1.0, 1000, 2.0), 0);
+    SetRelays(false);
     EXPECT_EQ(g_ACCalMode[0], 7);  // not enabled
     ASSERT_EQ(VRAXEnablePPGOutput(0, true), 0);
+    EXPECT_EQ(g_ACCalMode[0], 7);
+    SetRelays(false);
     EXPECT_EQ(g_ACCalMode[0], 1);
     const struct {
         double ac;
@@ -304,6 +308,7 @@ TEST_F(Case3407, AnEnabledChannelTakesTheRangeOfItsWaveform)
     } kRanges[] = {{300.0, 0}, {15.0, 0}, {14.999, 1}, {1.5, 1}, {1.499, 2}, {0.75, 2}};
     for (const auto& [ac, range] : kRanges) {
         ASSERT_GT(SetStandard(0, 1.0, 1000, ac), 0) << ac;
+        SetRelays(false);
         EXPECT_EQ(g_ACCalMode[0], range) << ac;
     }
 }
@@ -323,5 +328,6 @@ TEST(AcRange, OfAnotherModuleStays)
     FitPPGModule(0x3307, 1, 2, 3);
     ASSERT_EQ(VRAXEnablePPGOutput(0, true), 0);
     ASSERT_GT(SetStandard(0, 1.0, 1000, 1.0), 0);
+    SetRelays(false);
     EXPECT_EQ(g_ACCalMode[0], 0);
 }

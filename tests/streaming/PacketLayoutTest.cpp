@@ -11,6 +11,7 @@
 #include "respiration/ExternalModule.h"
 #include "storage/Calibration.h"
 #include "support/FittedModule.h"
+#include "support/LoadedNetwork.h"
 #include "support/OfflineRun.h"
 #include "support/ReferenceSignal.h"
 #include "synthesis/Codes.h"
@@ -22,6 +23,8 @@ using Bytes = std::vector<std::uint8_t>;
 
 constexpr int kOffsetMv = 250;
 
+int Word(const Bytes& packet, unsigned offset) { return packet[offset] << 8 | packet[offset + 1]; }
+
 class Layout : public testing::Test {
 protected:
     Layout()
@@ -30,11 +33,6 @@ protected:
         g_DCSetting = kOffsetMv;
         g_Amplitude = 2.0;
         s_SeqCheck = std::uint16_t{65500};
-    }
-
-    static int Word(const Bytes& packet, unsigned offset)
-    {
-        return packet[offset] << 8 | packet[offset + 1];
     }
 
     static void ExpectHeaders(const Bytes& packet, int mode, int samples, unsigned first)
@@ -175,26 +173,62 @@ TEST_F(Layout, WritesNothingForAChannelThatTheModuleDoesNotName)
     }
 }
 
-TEST_F(Layout, WithTheRespirationModuleIsFourSlotsOfSixWords)
+// The codes of the module's network, worked out with 40 digits from the branches' conductances.
+constexpr int kCodesOf50Ohm[] = {904, 54, 10};
+constexpr int kCodesOf51Ohm[] = {746, 47, 16};
+constexpr int kCodesOf52Ohm[] = {962, 41, 22};
+constexpr int kCodesOf55Ohm[] = {872, 32, 40};
+
+void EnableRespirationModule()
 {
     FitRespirationModule();
+    LoadNetwork(ModuleNetwork());
     g_RespirationEnabled = true;
     g_nECGExtRespirationBaselineDAC = std::uint16_t{0xABCD};
+}
+
+// Words 2 to 5 of a slot: the three codes of the resistance, and that of the baseline.
+void ExpectRespiration(const Bytes& packet, unsigned slot, const int (&codes)[3])
+{
+    for (unsigned word = 0; word < 3; ++word) {
+        ASSERT_EQ(Word(packet, slot + 4 + 2 * word), codes[word]) << slot << ' ' << word;
+    }
+    ASSERT_EQ(Word(packet, slot + 10), 0xABCD) << slot;
+}
+
+TEST_F(Layout, WithTheRespirationModuleIsFourSlotsOfSixWords)
+{
+    EnableRespirationModule();
+    g_nECGExtRespirationMode = 1;  // a constant
+    s_RespVariation = 1000;
     OfflineRun run(OUTPUT_SINE);
     const Bytes packet = run.NextPacket();
     ExpectHeaders(packet, 35, 4, 65500);
-    std::uint16_t codes[3];
-    ExtRespGetAmplitudeDAC(CalculateECGExtRespiration(0.0), codes);
     for (unsigned i = 0; i < 50; ++i) {
         for (unsigned k = 0; k < 4; ++k) {
             const unsigned slot = 64 * i + 8 + 12 * k;
             ExpectEcg(packet, slot, static_cast<int>(4 * i + k), 5000);
-            for (unsigned word = 0; word < 3; ++word) {
-                ASSERT_EQ(Word(packet, slot + 4 + 2 * word), codes[word]);
-            }
-            ASSERT_EQ(Word(packet, slot + 10), 0xABCD);
+            ExpectRespiration(packet, slot, kCodesOf51Ohm);
         }
         ExpectZero(packet, 64 * i + 56, 64 * i + 64);
+    }
+}
+
+// Half a sample into a record of one value a sample.
+TEST_F(Layout, HoldsTheResistanceOfEachSampleInItsOwnSlot)
+{
+    EnableRespirationModule();
+    const double record[] = {0.0, 1.0, 2.0, 5.0};
+    ASSERT_EQ(VRAXSetRespirationRawData(record, 4, 5000), 1);
+    OfflineRun run(OUTPUT_SINE);
+    s_t = s_tg = 0.5 / 5000.0;
+    const Bytes packet = run.NextPacket();
+    for (unsigned i = 0; i < 50; ++i) {
+        const unsigned slots = 64 * i + 8;
+        ExpectRespiration(packet, slots, kCodesOf50Ohm);
+        ExpectRespiration(packet, slots + 12, kCodesOf51Ohm);
+        ExpectRespiration(packet, slots + 24, kCodesOf52Ohm);
+        ExpectRespiration(packet, slots + 36, kCodesOf55Ohm);
     }
 }
 

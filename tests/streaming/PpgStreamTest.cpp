@@ -227,9 +227,9 @@ TEST_F(PpgStream, UsesTheRangesOfThe3407Module)
     g_nPPGACDacLevel = std::uint16_t{65535};
     Play(1, 1.0, 1000.0, 12.0);
     Play(2, 1.0, 1000.0, 0.9);
+    OfflineRun run(OUTPUT_ECG);
     EXPECT_EQ(g_ACCalMode[1], 1);
     EXPECT_EQ(g_ACCalMode[2], 2);
-    OfflineRun run(OUTPUT_ECG);
     EXPECT_EQ(g_OperateMode, 15);
     unsigned highest[2] = {};
     for (const instrument::Slot& slot : run.NextSamples(10000)) {

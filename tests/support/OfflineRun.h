@@ -23,7 +23,7 @@ public:
         s_tg = 0.0;
         s_ECGGoing = true;
         Change();
-        SetRelays(false);  // the operate mode
+        SetRelays(true);  // as a run begins: operate mode, ranges
     }
     ~OfflineRun()
     {
