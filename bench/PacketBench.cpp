@@ -13,12 +13,14 @@
 
 #include "device/Identification.h"
 #include "ppg/Channels.h"
+#include "respiration/ExternalModule.h"
 #include "storage/Calibration.h"
 #include "streaming/Packet.h"
 #include "synthesis/BeatModel.h"
 #include "synthesis/Parameters.h"
 #include "synthesis/PlayClock.h"
 #include "synthesis/Relays.h"
+#include "synthesis/Respiration.h"
 #include "synthesis/TestSignals.h"
 #include "vrax.h"
 
@@ -118,10 +120,24 @@ MODEL_INFORMATION ModelOf(Accessory accessory)
     return model;
 }
 
+// A module as it is calibrated, breathing 15 times a minute.
+void CalibrateRespiration()
+{
+    constexpr double kCoefficients[] = {60.5, 61.5, 80.0};
+    for (int i = 0; i < 3; ++i) g_fECGExtRespirationCoef[i] = kCoefficients[i];
+    for (unsigned i = 0; i < kThirdElementSteps; ++i) {
+        g_fECGExtRespiratationRDAC3[i] = 50.0 + 0.25 * i;
+    }
+    s_RespVariation = 1000;
+    s_RespPeriod = 4.0;
+    s_RespRatio = 1;
+}
+
 void SetUpLayout(const Layout& layout)
 {
     g_PPGModelInfo.Store(ModelOf(layout.accessory));
     g_OperateMode = layout.mode;
+    if (layout.accessory == Accessory::kRespiration) CalibrateRespiration();
     constexpr int kChannelsInOrder[] = {1, 2, 0};
     for (int i = 0; i < kPPGChannels; ++i) {
         g_bPPGOutputEnabled[kChannelsInOrder[i]] = i < layout.ppgChannels;

@@ -68,6 +68,7 @@ bool SetUp(const Case& test)
         if (VRAXSetPPGStandardWaveform(led, shape, 1, 0, 1.0, 1000, 10 + led) < 1) return false;
         if (VRAXEnablePPGOutput(led, true) != 0) return false;
     }
+    SetRelays(false);  // chooses the ranges of the 0x3407 module
     VRAXSetPTTp(test.synchronised ? 200 : -1);
     const int depth = test.modulated ? 10 : 0;
     VRAXSetPPGRespirationAlgorithm(depth, depth, depth);
