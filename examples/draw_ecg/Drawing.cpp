@@ -40,10 +40,7 @@ constexpr double kMarkTop = 0.9;        // of the sign below the baseline
 constexpr double kMarkHeight = 1.5;
 constexpr double kMarkWidth = 1.5;
 
-constexpr Colour kRequestColour{0.05, 0.30, 0.62};
-constexpr Colour kFailed{0.78, 0.08, 0.08};
 constexpr Colour kSpikeColour{0.80, 0.20, 0.02};
-constexpr Colour kPassed{0.06, 0.45, 0.22};
 constexpr Colour kPhaseColours[] = {{0.05, 0.42, 0.44}, {0.55, 0.29, 0.02}, {0.40, 0.16, 0.52}};
 
 class Renderer {

@@ -128,6 +128,12 @@ void EcgPaper::Bar(double x, double y, double width, double height, const Colour
     cairo_fill(cairo_);
 }
 
+void EcgPaper::Clip(double x, double y, double width, double height)
+{
+    cairo_rectangle(cairo_, x, y, width, height);
+    cairo_clip(cairo_);
+}
+
 void EcgPaper::Stroke(const Colour& colour, double width)
 {
     SetColour(cairo_, colour);

@@ -20,6 +20,9 @@ struct Colour {
 constexpr Colour kInk{0.10, 0.10, 0.12};
 constexpr Colour kGrey{0.42, 0.40, 0.41};
 constexpr Colour kPaper{1.0, 0.965, 0.955};
+constexpr Colour kPassed{0.06, 0.45, 0.22};
+constexpr Colour kFailed{0.78, 0.08, 0.08};
+constexpr Colour kRequestColour{0.05, 0.30, 0.62};
 
 enum class Anchor { Left, Centre, Right };
 
@@ -56,6 +59,10 @@ public:
               bool isDashed = false);
     void Arrow(double x1, double x2, double y, const Colour& colour);
     void Bar(double x, double y, double width, double height, const Colour& colour);
+
+    // Between the two, nothing is drawn outside the rectangle.
+    void Clip(double x, double y, double width, double height);
+    void Unclip() { cairo_reset_clip(cairo_); }
 
     // A curve: MoveTo, LineTo, ..., Stroke.
     void MoveTo(double x, double y) { cairo_move_to(cairo_, x, y); }

@@ -12,7 +12,7 @@ constexpr double kAfterPeak = 0.07;
 constexpr double kBlock = 0.5;            // s over which the local height is taken
 constexpr double kThreshold = 0.35;       // of the local height: above the T wave
 constexpr double kSmallestHeight = 0.05;  // mV; below it there are no beats
-constexpr double kLowerMark = 0.2;        // of the R wave: where its upstroke is measured
+constexpr double kLowerMark = 0.2;        // of the R wave: where its strokes are measured
 constexpr double kUpperMark = 0.8;
 
 // The largest value of each block.
@@ -39,45 +39,49 @@ std::vector<double> Thresholds(const std::vector<double>& heights)
     return thresholds;
 }
 
-// The time at which the signal passes `level` between the sample `index` and the next one.
-double CrossingTime(const Recording& recording, std::size_t index, double level)
-{
-    const double step = recording.mv[index + 1] - recording.mv[index];
-    const double part = step == 0.0 ? 0.0 : (level - recording.mv[index]) / step;
-    return recording.start + (static_cast<double>(index) + part) / recording.rate;
-}
+// A stroke of the R wave as a straight line: s at its foot on the baseline, and s for the height.
+struct Stroke {
+    double foot;
+    double duration;
+};
 
-double RisingTime(const Recording& recording, std::size_t peak, double level)
-{
-    std::size_t i = peak;
-    while (i > 0 && recording.mv[i] >= level) --i;
-    return CrossingTime(recording, i, level);
-}
-
-double FallingTime(const Recording& recording, std::size_t peak, double level)
-{
-    std::size_t i = peak;
-    while (i + 2 < recording.mv.size() && recording.mv[i + 1] >= level) ++i;
-    return CrossingTime(recording, i, level);
-}
-
-// The peak lies midway between the flanks at half height, since both are equally steep; this is
-// finer than a sample. The beginning is where the upstroke, drawn on downwards, meets the baseline.
-Beat MeasureBeat(const Recording& recording, std::size_t peak)
+// The least-squares line through the samples between the two marks, from the peak to one side.
+Stroke FitStroke(const Recording& recording, std::size_t peak, std::ptrdiff_t step)
 {
     const double height = recording.mv[peak];
-    const double low = RisingTime(recording, peak, kLowerMark * height);
-    const double high = RisingTime(recording, peak, kUpperMark * height);
-    const double slope = (kUpperMark - kLowerMark) / (high - low);
+    const auto size = static_cast<std::ptrdiff_t>(recording.mv.size());
+    double n = 0, sumX = 0, sumY = 0, sumYY = 0, sumXY = 0;
+    for (auto i = static_cast<std::ptrdiff_t>(peak); i >= 0 && i < size; i += step) {
+        const double y = recording.mv[static_cast<std::size_t>(i)] / height;
+        if (y > kUpperMark) continue;
+        if (y < kLowerMark) break;
+        const double x = static_cast<double>(i) - static_cast<double>(peak);
+        n += 1;
+        sumX += x;
+        sumY += y;
+        sumYY += y * y;
+        sumXY += x * y;
+    }
+    const double slope = (n * sumXY - sumX * sumY) / (n * sumYY - sumY * sumY);  // samples
+    const double foot = (sumX - slope * sumY) / n;
+    return {recording.TimeAt(peak) + foot / recording.rate, slope / recording.rate};
+}
+
+// The R wave is where the upstroke and the downstroke, drawn on upwards, meet; this is finer than a
+// sample, and a baseline that wanders does not move it. The beginning is where the upstroke, drawn on
+// downwards, meets the baseline.
+Beat MeasureBeat(const Recording& recording, std::size_t peak)
+{
+    const Stroke rise = FitStroke(recording, peak, -1);
+    const Stroke fall = FitStroke(recording, peak, 1);
+    const double top = (fall.foot - rise.foot) / (rise.duration - fall.duration);
 
     const auto at = recording.mv.begin() + static_cast<std::ptrdiff_t>(peak);
     const auto range = std::minmax_element(at - std::lround(kBeforePeak * recording.rate),
                                            at + std::lround(kAfterPeak * recording.rate));
     Beat beat;
-    beat.peakTime =
-        (RisingTime(recording, peak, 0.5 * height) + FallingTime(recording, peak, 0.5 * height)) /
-        2.0;
-    beat.cycleStart = low - kLowerMark / slope - kLeadIn;
+    beat.peakTime = rise.foot + top * rise.duration;
+    beat.cycleStart = rise.foot - kLeadIn;
     beat.mv = *range.second - *range.first;
     return beat;
 }
