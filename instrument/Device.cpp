@@ -20,8 +20,10 @@ constexpr std::size_t kFlashImageBytes = 48;
 constexpr std::size_t kFlashMark = 4;
 
 constexpr std::uint8_t kLastAcRange = 2;
+constexpr unsigned kRespirationModuleRate = 5000;     // Hz, whatever is played
 constexpr std::uint32_t kUnusedRelayBits = 0x808080;  // 7, 15 and 23
 constexpr std::uint32_t kRespirationBit = 1U << 3;    // the internal one, or the module's
+constexpr std::uint32_t kModuleBit = 1U << 4;         // the external respiration module
 constexpr std::uint32_t kRldBit = 1U << 10;
 constexpr std::uint32_t kThirdLeadOffBit = 1U << 11;  // mode 3
 constexpr std::uint32_t kLeadOffBit = 1U << 13;       // modes 1 and 2
@@ -32,11 +34,41 @@ std::uint32_t BigAddress(std::span<const std::uint8_t> frame)
     return static_cast<std::uint32_t>(BigWord(frame, 8)) << 16 | BigWord(frame, 10);
 }
 
+// Older firmware knows no information commands, and a host asks it for nothing more.
+bool TellsItsModule(const Options& options)
+{
+    const auto& firmware = options.firmware;
+    return firmware[0] >= 2 || (firmware[0] == 1 && firmware[1] >= 3);
+}
+
 bool IsLegalMode(std::uint8_t mode)
 {
     if (mode == kModeOff) return true;
     if ((mode & kModeEcg) != kModeEcg || (mode & 0xC0) != 0) return false;
     return (mode & kModeRespiration) == 0 || (mode & 0x1C) == 0;
+}
+
+std::string RelayWordFault(std::uint32_t word, bool hasRespirationModule)
+{
+    if ((word & kUnusedRelayBits) != 0) {
+        return fmt::format("relay word {:06X} has unused bits", word);
+    }
+    if ((word & kModuleBit) != 0 && !hasRespirationModule) {
+        return fmt::format("relay word {:06X} names a respiration module, and none is fitted",
+                           word);
+    }
+    return {};
+}
+
+// A host that cannot ask for the module keeps the rate that it has without one.
+std::string RespirationModuleFault(const Options& options, std::uint8_t mode, unsigned rate)
+{
+    if (!options.respirationModule) {
+        if ((mode & kModeRespiration) == 0) return {};
+        return fmt::format("operate mode {:02X} without a respiration module", mode);
+    }
+    if (rate == kRespirationModuleRate || !TellsItsModule(options)) return {};
+    return fmt::format("{} Hz with the respiration module", rate);
 }
 
 // Empty when the fixed bytes of a flash frame are as they have to be.
@@ -161,8 +193,7 @@ Answer Device::DacLevel(RequestBytes request) const
 Answer Device::Information(Request kind, RequestBytes request) const
 {
     const auto& firmware = options_.firmware;
-    const bool answers = firmware[0] >= 2 || (firmware[0] == 1 && firmware[1] >= 3);
-    if (!answers) {
+    if (!TellsItsModule(options_)) {
         return Answer::Refused(
             fmt::format("firmware {}.{} knows no information commands", firmware[0], firmware[1]));
     }
@@ -261,9 +292,9 @@ Answer Device::SetRelays(RequestBytes request)
     if (!IsLegalMode(request[2])) {
         return Answer::Refused(fmt::format("operate mode {:02X} does not exist", request[2]));
     }
-    if ((word & kUnusedRelayBits) != 0) {
-        return Answer::Refused(fmt::format("relay word {:06X} has unused bits", word));
-    }
+    std::string fault = RespirationModuleFault(options_, request[2], BigWord(request, 3));
+    if (fault.empty()) fault = RelayWordFault(word, options_.respirationModule);
+    if (!fault.empty()) return Answer::Refused(std::move(fault));
     for (std::size_t i = 11; i < 14; ++i) {
         if (request[i] > kLastAcRange) {
             return Answer::Refused(fmt::format("AC range {} in byte {}", request[i], i));
@@ -285,9 +316,8 @@ Answer Device::SetRelays(RequestBytes request)
 Answer Device::SetLeadOff(RequestBytes request)
 {
     const std::uint32_t word = static_cast<std::uint32_t>(request[5]) << 16 | BigWord(request, 6);
-    if ((word & kUnusedRelayBits) != 0) {
-        return Answer::Refused(fmt::format("relay word {:06X} has unused bits", word));
-    }
+    std::string fault = RelayWordFault(word, options_.respirationModule);
+    if (!fault.empty()) return Answer::Refused(std::move(fault));
     if (BigWord(request, 3) == 0) return Answer::Refused("a sample rate of 0 Hz");
     ++relays.shortCommands;
     relays.word = word;

@@ -14,6 +14,7 @@ namespace {
 constexpr std::uint8_t kSamplingChannels = 0x0F;
 constexpr std::uint8_t kRldMask = 0x10;
 constexpr std::uint8_t kLastAmbientMode = 14;
+constexpr std::uint8_t kLastBaseline = 11;
 
 // LED levels of positions 1, 2, 3 and trigger levels of positions 1, 2, 3.
 constexpr std::uint8_t kModeSelectors[] = {1, 2, 18, 3, 4, 19};
@@ -191,6 +192,7 @@ Answer Device::RespirationBaseline(Request kind, RequestBytes request)
         const std::uint8_t lead = request[5];
         if (lead == 3 || lead > 4) return Answer::Refused(fmt::format("lead code {}", lead));
         if (!options_.respirationModule) return answer;
+        if (request[4] > kLastBaseline) return Acknowledge(request, false);
         state.baselineIndex = request[4];
         state.baselineLead = lead;
     }

@@ -65,15 +65,13 @@ void ProgramFactorySettingMcu(Flash& flash)
     flash.Program(kModuleChannel, kFactorySettingMcu, bytes);
 }
 
-// Calibrated, each row is lower than a level itself by another part: 4, 2 and 1 of a hundred.
-void ProgramDcRows(Flash& flash, bool isCalibrated)
+// Each row is lower than a level itself by another part: 4, 2 and 1 of a hundred.
+void ProgramDcRows(Flash& flash)
 {
     constexpr unsigned kPercent[] = {96, 98, 99};
     for (unsigned row = 0; row < std::size(kDcRows); ++row) {
         Bytes bytes;
-        for (unsigned mv = 0; mv <= 3000; ++mv) {
-            AppendLittle(bytes, isCalibrated ? kPercent[row] * mv / 100 : 21 * mv + row);
-        }
+        for (unsigned mv = 0; mv <= 3000; ++mv) AppendLittle(bytes, kPercent[row] * mv / 100);
         flash.Program(kModuleChannel, kDcRows[row], bytes);
     }
 }
@@ -84,7 +82,7 @@ void ProgramPpgModule(Flash& flash, const Options& options)
     ProgramFactorySettingMcu(flash);
     ProgramSamplingTable(flash, kSamplingTable1, 1);
     ProgramSamplingTable(flash, kSamplingTable2, 2);
-    if (options.ppgModel == kModelWithTwoChannels) ProgramDcRows(flash, options.calibratedDcRows);
+    if (options.ppgModel == kModelWithTwoChannels) ProgramDcRows(flash);
 }
 
 void ProgramRespirationModule(Flash& flash)

@@ -114,7 +114,8 @@ double BaselineOhmsOf(const RespirationNetwork& network, std::uint16_t code)
 }
 
 ModuleDecoder::ModuleDecoder(const Options& options)
-    : hasRanges_(options.ppgModel == kModelWithTwoChannels),
+    : hasRespiration_(options.respirationModule),
+      hasRanges_(options.ppgModel == kModelWithTwoChannels),
       fullScale_(HasWideConverters(options) ? 65535 : 4095),
       dcMaxMv_(options.ppgDcMaxMv),
       acMaxMv_(std::trunc(options.ppgAcMaxMv)),
@@ -194,6 +195,7 @@ bool ModuleDecoder::DecodeLevel(const Channel& channel, std::uint16_t dc, std::u
 
 bool ModuleDecoder::DecodeRespiration(Sample& sample) const
 {
+    if (!hasRespiration_) return false;
     const auto& codes = sample.codes.extra;
     sample.respirationOhm = OhmsOf(network_, std::span(codes).first<3>());
     sample.baselineOhm = BaselineOhmsOf(network_, codes[3]);

@@ -51,7 +51,8 @@ private:
                      PpgLevel& level) const;
     bool DecodeRespiration(Sample& sample) const;
 
-    const bool hasRanges_;  // the module has AC ranges and DC rows
+    const bool hasRespiration_;  // the external module
+    const bool hasRanges_;       // the module has AC ranges and DC rows
     const unsigned fullScale_;
     const double dcMaxMv_;
     const double acMaxMv_;

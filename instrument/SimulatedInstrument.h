@@ -147,7 +147,7 @@ struct StreamStatistics {
     std::uint64_t sequenceErrors = 0;  // frames whose number does not follow its predecessor
     std::uint64_t modeErrors = 0;      // packets with another operate mode than the relay command's
     std::uint64_t frameErrors = 0;     // packets refused for their framing
-    std::uint64_t codeErrors = 0;      // samples with a module code that its converter has not
+    std::uint64_t codeErrors = 0;      // samples with a code that no converter of the module has
     std::uint64_t underruns = 0;       // packets that came after their reply was due (RealTime)
     std::uint64_t marks = 0;           // frames of data packets that mark a pacing pulse
     std::uint64_t pulses = 0;          // that the marks started
@@ -297,9 +297,6 @@ struct Options {
     std::optional<std::array<int, 3>> ledTypes;
     double ppgDcMaxMv = 3000;  // full scale of the module's converters
     double ppgAcMaxMv = 30;    // 0x3407 has ranges of its own instead
-    // DC rows of 0x3407: those of a calibrated unit. Without it 21 codes a millivolt, beyond the
-    // converter's end, which tell every entry of a row from every other.
-    bool calibratedDcRows = false;
 
     Measurements measurements;
     bool nor = false;               // a flash write can only clear bits

@@ -119,7 +119,6 @@ void TakeTexts(CommandLine& line, const Texts& texts)
     line.options.overwriteRecords =
         !texts.serial.empty() || !texts.firmware.empty() || !texts.ppg.empty();
     line.options.pace = texts.pace == "real" ? Pace::RealTime : Pace::Fast;
-    line.options.calibratedDcRows = true;
     if (line.none && line.command.empty()) {
         throw CLI::ValidationError("--none", "needs -- COMMAND");
     }

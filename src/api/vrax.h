@@ -1515,7 +1515,9 @@ VRAX_API int VRAXReadRLD(double* first, double* second);
  * @param rate          breaths per minute, 1 to 200
  * @param ratio         1 to 5 for inhale:exhale of 1:1 to 1:5
  * @param baseline      ohms: 500, 1000, 1500, 2000 or 2500; with the module also 0, 100, 200, 3000,
- *                      3500, 4000 and 4500. Any other value selects the lowest.
+ *                      3500, 4000 and 4500. Any other value sends the index of the lowest; the
+ *                      ECG is not attenuated then, and with the module the baseline code of the
+ *                      stream stays that of the baseline before.
  * @param apneaSeconds  0 to 60; 60 holds the breath for good
  * @retval 1  accepted by the instrument
  * @retval 0  no instrument or an argument out of range (nothing is stored, logged or sent then), or
@@ -1526,6 +1528,10 @@ VRAX_API int VRAXSetRespiration(int variation, int rate, int ratio, int baseline
 /**
  * Holds the external module at 50 ohms plus the variation, for calibration, until
  * VRAXSetRespiration() is called. Rate, ratio and apnea stay as they are. Not logged.
+ *
+ * Without the module nothing is held: the instrument's own generator is told variation and
+ * baseline, with the rate and the ratio that were set last. The variation goes out in steps of 100
+ * as one byte, so that values outside 0 to 25500 wrap.
  *
  * @param variation  milliohms, not checked
  * @param baseline   as in VRAXSetRespiration()
@@ -1539,11 +1545,15 @@ VRAX_API int VRAXSetCalibrationRespiration(int variation, int baseline);
  * apnea to 0. While it is on, the ECG output is divided by what the baseline impedance attenuates
  * it.
  *
+ * The relays follow where they change, and the external module is told that it is off; whether
+ * either was acknowledged is not looked at.
+ *
  * Logged as "VRAXEnableRespiration(true);".
  *
  * @param on  0 off, anything else on
- * @retval 1  an instrument is open; the relays were sent
- * @retval 0  stored, but no instrument is open
+ * @retval 1  an instrument is open
+ * @retval 0  stored, but nothing was sent: no instrument is open, or the output was switched off
+ *            while the call waited for its turn
  */
 VRAX_API int VRAXEnableRespiration(int on);
 
@@ -1634,6 +1644,9 @@ VRAX_API int VRAXExternalRespiratorySetAmplitudeByResistance(double ohms);
  * Stores the coefficients of the external module in its flash and takes them over. Does not erase.
  * Not logged.
  *
+ * Only with the external module, which is not checked: a PPG module keeps its own calibration in
+ * the same place (photodiode ratios, AC ranges), and that is overwritten.
+ *
  * @param first       ohms in series with the first programmable resistance
  * @param second      ohms in series with the second one
  * @param correction  of the choice of the third resistance
@@ -1648,6 +1661,9 @@ VRAX_API int VRAXWriteRespirationRWA(double first, double second, double correct
  * Stores the resistances of the module's third element in its flash and takes them over. Takes more
  * than a second, in which no packet goes out. Does not erase. Not logged.
  *
+ * Only with the external module, which is not checked: a PPG module keeps its own calibration in
+ * the same place (DC levels), and that is overwritten.
+ *
  * @param ohms  96 values
  * @retval 1  stored
  * @retval 0  no instrument, a null pointer, or a part was not acknowledged; the table in force
@@ -1658,6 +1674,9 @@ VRAX_API int VRAXExternalRespiratoryWriteRDAC3(const double* ohms);
 /**
  * Stores the baseline codes of the external module in its flash and takes them over. Does not
  * erase. Not logged.
+ *
+ * Only with the external module, which is not checked: a PPG module keeps its own calibration in
+ * the same place (photodiode ratios, transmission rates), and that is overwritten.
  *
  * @param codes  12 codes, for 0, 100, 200, 500, 1000, 1500, ... 4500 ohms
  * @retval 1  stored
@@ -1694,7 +1713,11 @@ VRAX_API unsigned short ExtRespGetAmplitudeDAC(double ohms, unsigned short* code
  * application, and played beside the ECG while VRAXEnablePPGOutput() is on. The stream then runs at
  * 10000 samples a second. Waveforms need no instrument; they are made for the module that is known
  * when they are set, and its ranges hold (VRAXGetDeviceFeature()). With module 0x3307 or 0x3407
- * levels are converted, so that they come out of its finger probe.
+ * levels are converted, so that they come out of its finger probe. An instrument without a PPG
+ * module has no ranges: while it is connected, descriptions are refused with -5.
+ *
+ * Channels 0 and 1 share a place in the stream: with a module, it carries the one of the module's
+ * first LED. Channel 2 has a place of its own.
  *
  * A reset clears the channels, switches them off, and ends synchronisation and modulation.
  * Memory that is not there for a waveform ends the process.

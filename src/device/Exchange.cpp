@@ -221,6 +221,13 @@ CReleaseWaitingCommands::~CReleaseWaitingCommands()
     if (s_releasers.fetch_sub(1) == 1) s_release.ResetEvent();
 }
 
+void CReleaseWaitingCommands::WaitForOthers()
+{
+    constexpr int kMostLooks = 2000;
+    if (IsInsideLibrary()) return;
+    for (int i = 0; i < kMostLooks && s_releasers > 0; ++i) SleepMilliseconds(1);
+}
+
 CExchange::CExchange(Line) NO_THREAD_SAFETY_ANALYSIS { ++t_exchangeDepth; }
 
 CExchange::CExchange() NO_THREAD_SAFETY_ANALYSIS : CExchange(Line::kLater) { TakeLine(); }

@@ -111,6 +111,9 @@ class CReleaseWaitingCommands {
 public:
     CReleaseWaitingCommands();
     ~CReleaseWaitingCommands();
+    // Until no other caller wants them gone, within 2 s. Called without a lock; a callback does not
+    // wait.
+    static void WaitForOthers();
     CReleaseWaitingCommands(const CReleaseWaitingCommands&) = delete;
     CReleaseWaitingCommands& operator=(const CReleaseWaitingCommands&) = delete;
 };

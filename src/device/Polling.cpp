@@ -70,10 +70,9 @@ public:
         switch (ReadStreamReply()) {
             case StreamRead::kPacketReply: tookUnreadNs_ = 0; return true;
             case StreamRead::kUnreadReply: tookUnreadNs_ = MonotonicNs(); return false;
-            case StreamRead::kSamplingFrame: return false;
-            case StreamRead::kNothing: break;
+            case StreamRead::kSamplingFrame: break;
+            case StreamRead::kNothing: usleep(kRetrySleepUs); break;
         }
-        usleep(kRetrySleepUs);
         // The reply that was left unread has never come: the one taken for it was the packet's.
         const std::int64_t limit = 2 * s_nPacketNs + kLostReplyNs;
         if (tookUnreadNs_ == 0 || MonotonicNs() - tookUnreadNs_ < limit) return false;

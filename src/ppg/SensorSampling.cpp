@@ -125,7 +125,8 @@ int VRAXStartPPGSampling(void)
 }
 
 namespace {
-// False when the wait for the line was given up for another call that stops something.
+// False when the wait for the line was given up for another call that stops something, which may
+// need the API lock for that.
 bool TryStopSampling()
 {
     // Commands that wait for the free line give the API lock back.
@@ -151,10 +152,10 @@ void ForgetSampling()
 
 void VRAXStopPPGSampling(void)
 {
-    // The other call has the API lock, and has stopped what it wanted to, before the next attempt.
-    constexpr int kAttempts = 3;
+    constexpr int kAttempts = 5;
     for (int i = 0; i < kAttempts; ++i) {
         if (TryStopSampling()) return;
+        CReleaseWaitingCommands::WaitForOthers();
     }
     ForgetSampling();
 }

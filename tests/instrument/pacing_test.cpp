@@ -338,10 +338,12 @@ TEST(PacingMark, ThatIsNoSlotOrHasNoLayoutIsRefusedAndCounted)
                             Case{0x03, 255, "frame 6: marker 255 is no slot"},
                             Case{0x07, 1, "frame 6: a marker outside the ECG-only layout"},
                             Case{0x23, 1, "frame 6: a marker outside the ECG-only layout"}}) {
-        SimulatedInstrument instrument(Recording());
+        Options options = Recording();
+        options.respirationModule = one.mode == 0x23;
+        SimulatedInstrument instrument(options);
         const HostPort host;
         ASSERT_TRUE(SetPacing(host, kHundredMv, 20));
-        host.Ask(RelayCommand(one.mode, 20000));
+        host.Ask(RelayCommand(one.mode, options.respirationModule ? 5000 : 20000));
         Bytes packet = MakePacket({one.mode, 0, 32767, 1600, 0});
         packet[64 * 6 + 4] = one.mark;
         ASSERT_TRUE(host.Write(packet));

@@ -194,9 +194,7 @@ TEST(Ppg3407, AFullScaleOfZeroIsThatOfTheConverter)
 
 TEST(Ppg3407, DcGoesBackThroughTheRowOfItsChannel)
 {
-    Options options = Fitted(0x3407);
-    options.calibratedDcRows = true;
-    SimulatedInstrument instrument(options);
+    SimulatedInstrument instrument(Fitted(0x3407));
     // 1000 mV are level 960 in row 0 (channel 1), 980 in row 1 and 990 in row 2.
     EXPECT_EQ(instrument.ReadFlash(19, 5632 + 2000, 2), (Bytes{0xC0, 0x03}));
     const auto code = [](double level) {

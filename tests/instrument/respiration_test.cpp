@@ -234,3 +234,70 @@ TEST(RespirationModule, ThatIsNotFittedAcknowledgesNothing)
     EXPECT_EQ(instrument.State().baselineIndex, 0);
     EXPECT_EQ(instrument.RefusalCount(), 0U);
 }
+
+TEST(RespirationModule, ThatIsNotFittedHasNoModeAndNoRelay)
+{
+    SimulatedInstrument instrument;
+    const HostPort host;
+    const Bytes shortCommand{0x00, 0xFF, 0x03, 0x13, 0x88, 0x01, 0x00, 0x10};
+    for (const Bytes& command : {RelayCommand(0x23, 5000), RelayCommand(0x03, 20000, 0x010010),
+                                 RelayCommand(0x08, 20000, 0x010018), shortCommand}) {
+        ExpectRefused(instrument, host, command);
+    }
+    EXPECT_EQ(instrument.Relays().commands, 0U);
+    EXPECT_EQ(instrument.Relays().shortCommands, 0U);
+    EXPECT_EQ(host.Ask(RelayCommand(0x03, 5000, 0x010008)).size(), 64U);  // its own generator
+    EXPECT_TRUE(instrument.Relays().HasRespiration());
+}
+
+TEST(RespirationModule, ThatIsNotFittedPlaysNothing)
+{
+    SimulatedInstrument instrument;
+    const Sample sample = Play(instrument, Breathing({1, 2, 3, 1000}));
+    EXPECT_TRUE(std::isnan(sample.respirationOhm));
+    EXPECT_TRUE(std::isnan(sample.baselineOhm));
+    EXPECT_EQ(instrument.Statistics().codeErrors, 200U);
+    EXPECT_EQ(instrument.Statistics().modeErrors, 1U);
+}
+
+TEST(RespirationModule, PlaysAtFiveKilohertzAlone)
+{
+    SimulatedInstrument instrument(WithModule());
+    const HostPort host;
+    for (const Bytes& command : {RelayCommand(0x23, 20000, 0x010018), RelayCommand(0x03, 20000),
+                                 RelayCommand(0x08, 10000), RelayCommand(0x03, 0)}) {
+        ExpectRefused(instrument, host, command);
+    }
+    EXPECT_EQ(instrument.Relays().commands, 0U);
+    for (const Bytes& command : {RelayCommand(0x23, 5000, 0x010018), RelayCommand(0x03, 5000),
+                                 RelayCommand(0x08, 5000, 0x010018)}) {
+        EXPECT_EQ(host.Ask(command).size(), 64U);
+    }
+    EXPECT_EQ(instrument.Relays().commands, 3U);
+}
+
+// Firmware 1.2 is asked for nothing, so a host cannot know.
+TEST(RespirationModule, ThatAHostCannotAskForTakesItsRate)
+{
+    Options options = WithModule();
+    options.firmware = {1, 2, 0, 0};
+    SimulatedInstrument instrument(options);
+    const HostPort host;
+    EXPECT_EQ(host.Ask(RelayCommand(0x03, 20000)).size(), 64U);
+    EXPECT_EQ(instrument.Relays().sampleRate, 20000U);
+}
+
+TEST(RespirationModule, AcknowledgesAndKeepsItsTwelveBaselinesAlone)
+{
+    SimulatedInstrument instrument(WithModule());
+    const HostPort host;
+    EXPECT_EQ(host.Ask({0xCC, 0xFF, 0x0E, 0x00, 11, 4})[3], 0xFF);
+    for (const std::uint8_t index : Bytes{12, 15, 255}) {
+        const Bytes reply = host.Ask({0xCC, 0xFF, 0x0E, 0x00, index, 1});
+        ASSERT_EQ(reply.size(), 64U);
+        EXPECT_EQ(reply[3], 0x00);
+    }
+    EXPECT_EQ(instrument.State().baselineIndex, 11);
+    EXPECT_EQ(instrument.State().baselineLead, 4);
+    EXPECT_EQ(instrument.RefusalCount(), 0U);
+}

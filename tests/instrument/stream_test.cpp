@@ -123,7 +123,9 @@ TEST(Stream, ARestingPacketWithSilenceAfterItWasTheStop)
 
 TEST(Stream, StopPacketsOfTheirOwnFramingAreKnownAtOnce)
 {
-    SimulatedInstrument instrument;
+    Options options;
+    options.respirationModule = true;
+    SimulatedInstrument instrument(options);
     const HostPort host;
     Player player(host, 0x23, 5000);
     player.Play(1);

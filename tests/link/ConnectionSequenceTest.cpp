@@ -43,9 +43,9 @@ std::vector<Bytes> Probe()
 
 // Relays first, then the table: neither place of it is programmed, and the second has no check of
 // its own.
-std::vector<Bytes> RelaysAndTable()
+std::vector<Bytes> RelaysAndTable(const Bytes& relays = kRestingRelays)
 {
-    std::vector<Bytes> all = {kRestingRelays};
+    std::vector<Bytes> all = {relays};
     Append(all, FlashReads(kEcgBoard, kTableProbe, 32));
     Append(all, FlashReads(kDcVariable, 0, kTableWords * 2));
     return all;
@@ -134,6 +134,24 @@ TEST(ConnectionSequence, OfAnotherPpgModuleReadsOnePhotodiodeTable)
     Append(expected, RelaysAndTable());
     Append(expected, FlashReads(kModule, 1024, 2048));
     Append(expected, FlashReads(kModule, 5248, 96));
+    Append(expected, {kDynamicLightOff});
+    ExpectConnectionSends(options, expected);
+}
+
+TEST(ConnectionSequence, OfTheRespirationModuleReadsItsThreeRecords)
+{
+    Options options;
+    options.respirationModule = true;
+    Bytes relays = kRestingRelays;
+    relays[3] = 0x13;  // 5000 samples per second
+    relays[4] = 0x88;
+    std::vector<Bytes> expected = Probe();
+    Append(expected, {{0xAA, 0x02}, {0xAA, 0x03}, ReadRequest(kModule, 0, 12)});
+    Append(expected, {{0xB8, 0x00, 0x01}, {0x55, 0x00, 0x81}, kDynamicLightOff});
+    Append(expected, RelaysAndTable(relays));
+    Append(expected, FlashReads(kModule, 5248, 64));   // coefficients
+    Append(expected, FlashReads(kModule, 5376, 768));  // third element
+    Append(expected, FlashReads(kModule, 5312, 24));   // baselines
     Append(expected, {kDynamicLightOff});
     ExpectConnectionSends(options, expected);
 }

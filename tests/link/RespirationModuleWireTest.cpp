@@ -15,6 +15,7 @@ namespace {
 constexpr int kRate = 5000;
 constexpr std::size_t kPacketSamples = 200;
 constexpr Milliseconds kLongRun{180000};
+constexpr double kToleranceOhm = 2e-3;  // the steps of the network, and a sample of a fast breath
 
 class RespirationModuleWire : public testing::Test {
 protected:
@@ -60,7 +61,7 @@ TEST_F(RespirationModuleWire, StreamsTheBreathAtFiveKilohertz)
     ASSERT_GE(samples.size(), 9U * kRate);
     for (std::size_t n = 0; n < 9U * kRate; ++n) {
         const double t = static_cast<double>(n) / kRate;
-        ASSERT_NEAR(Ohms(samples[n]), BreathOhms(3000, 3.0, 3, t), 0.1) << n;
+        ASSERT_NEAR(Ohms(samples[n]), BreathOhms(3000, 3.0, 3, t), kToleranceOhm) << n;
         ASSERT_EQ(samples[n].codes.extra[3], BaselineCode(4));
     }
     const StreamStatistics statistics = instrument_.Statistics();
@@ -98,7 +99,7 @@ TEST_F(RespirationModuleWire, IsCalibratedByAConstant)
     ASSERT_EQ(VRAXSetCalibrationRespiration(1000, 2000), 1);
     ASSERT_TRUE(PlaySeconds(1));
     for (const Sample& sample : first_.Take()) {
-        ASSERT_NEAR(Ohms(sample), 51.0, 0.1);
+        ASSERT_NEAR(Ohms(sample), 51.0, kToleranceOhm);
         ASSERT_EQ(sample.codes.extra[3], BaselineCode(6));
     }
 }
@@ -114,7 +115,7 @@ TEST_F(RespirationModuleWire, PlaysARecordOfResistance)
     ASSERT_GE(samples.size(), 2U * kRate);
     for (std::size_t n = 0; n < 2U * kRate; ++n) {
         if (n % 1250 == 0 || n % 1250 == 1249) continue;  // the steps
-        ASSERT_NEAR(Ohms(samples[n]), 50.0 + record[n / 1250 % 4], 0.1) << n;
+        ASSERT_NEAR(Ohms(samples[n]), 50.0 + record[n / 1250 % 4], kToleranceOhm) << n;
     }
 }
 

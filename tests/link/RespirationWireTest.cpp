@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "support/FirstSamples.h"
+#include "support/Frames.h"
 #include "support/LinkHost.h"
 #include "support/PlayClockModel.h"
 
@@ -16,6 +17,7 @@ namespace {
 constexpr int kRate = 20000;
 constexpr std::size_t kPacketSamples = 700;
 constexpr Milliseconds kLongRun{180000};
+const Bytes kControlRead = {0xEA, 0x00, 0x01};
 
 Options KeepingTheStream()
 {
@@ -39,11 +41,10 @@ protected:
         int flag;
         bool operator==(const Switch&) const = default;
     };
-    std::vector<Switch> ApneaSwitches() const
+    std::vector<Switch> ApneaSwitches(int flag = 0) const
     {
         std::vector<Switch> switches;
         std::size_t packets = 0;
-        int flag = 0;
         for (const Exchange& exchange : instrument_.Exchanges()) {
             if (exchange.kind == Request::Stream) ++packets;
             if (exchange.kind != Request::ControlWrite || exchange.request[12] == flag) continue;
@@ -51,6 +52,16 @@ protected:
             switches.push_back({packets, flag});
         }
         return switches;
+    }
+
+    // What the end of the run sends.
+    std::vector<Exchange> AfterTheStopPacket() const
+    {
+        const std::vector<Exchange> all = instrument_.Exchanges();
+        const auto stop = std::find_if(all.rbegin(), all.rend(), [](const Exchange& one) {
+            return one.kind == Request::Stream;
+        });
+        return {stop.base(), all.end()};
     }
 
     CFirstSamples first_{9 * kRate};
@@ -97,6 +108,57 @@ TEST_F(RespirationWire, ApneaEndsWithTheRun)
     ASSERT_EQ(switches.size(), 2U);
     EXPECT_EQ(switches[0], (Switch{0, 1}));  // with the first packet
     EXPECT_EQ(switches[1].packets, instrument_.PacketCount());
+}
+
+// The block of the apnea has not the new pacing yet; that of the pacing no apnea any more.
+TEST_F(RespirationWire, ApneaEndsAfterTheRelaysAndBeforeThePacing)
+{
+    ASSERT_EQ(VRAXSetRespiration(1000, 15, 2, 1500, 60), 1);
+    ASSERT_EQ(VRAXEnableRespiration(1), 1);
+    ASSERT_TRUE(PlayPackets(20));
+    ASSERT_EQ(VRAXSetPacingAmplitude(100.0), 0);
+    ASSERT_TRUE(Stop());
+    const std::vector<Exchange> sent = AfterTheStopPacket();
+    ASSERT_EQ(sent.size(), 6U);
+    EXPECT_EQ(sent[0].request, Padded({0x00, 0xFF, 0x08, 0x4E, 0x20, 0x01}, 17));
+    EXPECT_EQ(sent[1].request, kControlRead);
+    const Bytes& apnea = sent[2].request;
+    ASSERT_EQ(apnea.size(), 64U);
+    EXPECT_EQ(Bytes(apnea.begin(), apnea.begin() + 3), (Bytes{0xEA, 0xFF, 0x01}));
+    EXPECT_EQ(Bytes(apnea.begin() + 8, apnea.begin() + 13), (Bytes{15, 10, 1, 2, 0}));
+    EXPECT_EQ(Bytes(apnea.begin() + 24, apnea.begin() + 26), (Bytes{0, 0}));
+    EXPECT_EQ(sent[3].request, kControlRead);
+    const Bytes& pacing = sent[4].request;
+    ASSERT_EQ(pacing.size(), 64U);
+    EXPECT_EQ(Bytes(pacing.begin(), pacing.begin() + 3), (Bytes{0xEA, 0xFF, 0x01}));
+    EXPECT_EQ(pacing[12], 0);
+    // 20 mV at most, through the attenuation of 1500 ohms: 2270 codes.
+    EXPECT_EQ(Bytes(pacing.begin() + 24, pacing.begin() + 26), (Bytes{0x08, 0xDE}));
+    EXPECT_EQ(sent[5].request, (Bytes{0xB0, 0xFF, 0x03, 0x00, 0x00}));
+    ExpectNoRefusals(instrument_);
+}
+
+TEST_F(RespirationWire, ApneaStaysCommandedUntilRespirationIsOnAgain)
+{
+    ASSERT_EQ(VRAXSetRespiration(1000, 15, 2, 1000, 60), 1);
+    ASSERT_EQ(VRAXEnableRespiration(1), 1);
+    ASSERT_TRUE(PlayPackets(20));
+    ASSERT_EQ(instrument_.ControlBlock()[12], 1);
+    ASSERT_EQ(VRAXEnableRespiration(0), 1);
+    instrument_.ClearExchanges();
+    ASSERT_TRUE(instrument_.WaitForMorePackets(20));
+    ASSERT_TRUE(Stop());
+    EXPECT_TRUE(ApneaSwitches(1).empty());
+    EXPECT_EQ(instrument_.Exchanges(Request::ControlWrite).size(), 1U);  // the pacing's
+    EXPECT_EQ(instrument_.ControlBlock()[12], 1);
+
+    instrument_.ClearExchanges();
+    ASSERT_EQ(VRAXEnableRespiration(1), 1);
+    ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_ECG), 0);
+    ASSERT_TRUE(instrument_.WaitForMorePackets(20));
+    ASSERT_TRUE(VRAXSetOutputFunction(OUTPUT_OFF) == 0 && instrument_.WaitForStop(2));
+    EXPECT_EQ(ApneaSwitches(1), (std::vector<Switch>{{0, 0}}));
+    ExpectNoRefusals(instrument_);
 }
 
 TEST_F(RespirationWire, ApneaIsNotCommandedWhileRespirationIsOff)
@@ -148,6 +210,9 @@ TEST_F(RespirationWire, FailsWhenTheInstrumentDoesNotAcceptWhileItPlays)
     instrument_.Inject(MakeFault(FaultKind::WrongAcknowledge, Request::Respiration));
     EXPECT_EQ(VRAXSetRespiration(1000, 15, 2, 1000, 0), 0);
     EXPECT_EQ(VRAXSetRespiration(1000, 15, 2, 1000, 0), 1);
+    instrument_.Inject(MakeFault(FaultKind::WrongAcknowledge, Request::Respiration));
+    EXPECT_EQ(VRAXSetCalibrationRespiration(700, 1500), 0);
+    EXPECT_EQ(VRAXSetCalibrationRespiration(700, 1500), 1);
     ASSERT_TRUE(instrument_.WaitForMorePackets(20));
     ASSERT_TRUE(Stop());
 }

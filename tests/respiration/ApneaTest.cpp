@@ -4,8 +4,11 @@
 
 #include <vector>
 
+#include "streaming/OutputSelection.h"
 #include "support/Frames.h"
+#include "support/OfflineRun.h"
 #include "support/OpenInstrument.h"
+#include "support/RespirationModule.h"
 #include "support/Timing.h"
 #include "synthesis/Respiration.h"
 #include "vrax.h"
@@ -114,6 +117,25 @@ TEST_F(Apnea, ThatTheInstrumentDidNotTakeCountsAsCommanded)
     device().ClearExchanges();
     _CheckApnea(51);
     EXPECT_TRUE(device().Exchanges().empty());
+}
+
+// The stream itself holds the module's resistance.
+TEST(ApneaOfTheModule, IsCommandedNeitherByAPacketNorByTheEndOfTheRun)
+{
+    COpenInstrument opened(WithRespirationModule());
+    g_RespirationEnabled = true;
+    s_ApneaTime = 60;
+    {
+        OfflineRun run(OUTPUT_SINE);
+        run.NextPacket();
+        EXPECT_FALSE(s_Apnea_On);
+    }
+    s_Apnea_On = true;
+    PlayPostProcessing();
+    EXPECT_TRUE(s_Apnea_On);
+    EXPECT_TRUE(opened.device.Exchanges(Request::ControlRead).empty());
+    EXPECT_TRUE(opened.device.Exchanges(Request::ControlWrite).empty());
+    EXPECT_EQ(opened.device.Exchanges(Request::Relays).size(), 2U);  // of the run and of its end
 }
 
 TEST_F(Apnea, IsSwitchedOffAtTheEndOfARun)

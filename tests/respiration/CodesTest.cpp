@@ -9,7 +9,7 @@
 #include "respiration/ExternalModule.h"
 #include "respiration/Settings.h"
 #include "support/FittedModule.h"
-#include "support/RespirationModule.h"
+#include "support/LoadedNetwork.h"
 #include "vrax.h"
 
 namespace {
@@ -17,13 +17,7 @@ using Codes = std::vector<unsigned>;
 
 class ModuleCodes : public testing::Test {
 protected:
-    ModuleCodes()
-    {
-        g_fECGExtRespirationCoef[0] = network_.first;
-        g_fECGExtRespirationCoef[1] = network_.second;
-        g_fECGExtRespirationCoef[2] = network_.correction;
-        for (unsigned i = 0; i < 96; ++i) g_fECGExtRespiratationRDAC3[i] = network_.third[i];
-    }
+    ModuleCodes() { LoadNetwork(network_); }
 
     static Codes Of(double ohms)
     {

@@ -8,13 +8,22 @@
 
 #include "respiration/ExternalModule.h"
 #include "support/FittedModule.h"
+#include "support/LoadedNetwork.h"
 #include "support/OfflineRun.h"
-#include "support/RespirationModule.h"
 #include "synthesis/Respiration.h"
 #include "vrax.h"
 
 namespace {
 constexpr int kRate = 5000;
+constexpr double kToleranceOhm = 2e-3;  // of the steps alone: 1.5 milliohms
+
+// Fixed resistances so unlike that two codes in the other's place are ohms away.
+ModuleNetwork UnevenNetwork()
+{
+    ModuleNetwork network;
+    network.second = 300.0;
+    return network;
+}
 
 class ResistanceStream : public testing::Test {
 protected:
@@ -22,10 +31,7 @@ protected:
     {
         FitRespirationModule();
         g_RespirationEnabled = true;
-        g_fECGExtRespirationCoef[0] = network_.first;
-        g_fECGExtRespirationCoef[1] = network_.second;
-        g_fECGExtRespirationCoef[2] = network_.correction;
-        for (unsigned i = 0; i < 96; ++i) g_fECGExtRespiratationRDAC3[i] = network_.third[i];
+        LoadNetwork(network_);
         s_RespVariation = 2000;
         s_RespPeriod = 60.0 / 17.0;
         s_RespRatio = 1;
@@ -36,7 +42,7 @@ protected:
         return network_.Ohms(slot.extra[0], slot.extra[1], slot.extra[2]);
     }
 
-    ModuleNetwork network_;
+    const ModuleNetwork network_ = UnevenNetwork();
 };
 
 std::array<std::uint16_t, 3> Triple(const instrument::Slot& slot)
@@ -46,7 +52,7 @@ std::array<std::uint16_t, 3> Triple(const instrument::Slot& slot)
 }  // namespace
 
 // The clock of this layout runs at full speed, without compensation.
-TEST_F(ResistanceStream, FollowsTheBreathWithinATenthOfAnOhm)
+TEST_F(ResistanceStream, FollowsTheBreathWithinTheStepsOfTheModule)
 {
     g_nECGExtRespirationBaselineDAC = std::uint16_t{4321};
     OfflineRun run(OUTPUT_SINE);
@@ -55,7 +61,7 @@ TEST_F(ResistanceStream, FollowsTheBreathWithinATenthOfAnOhm)
     const auto samples = run.NextSamples(10 * kRate);
     for (std::size_t n = 0; n < samples.size(); ++n) {
         const double t = static_cast<double>(n) / kRate;
-        ASSERT_NEAR(Ohms(samples[n]), BreathOhms(2000, 60.0 / 17.0, 2, t), 0.1) << n;
+        ASSERT_NEAR(Ohms(samples[n]), BreathOhms(2000, 60.0 / 17.0, 2, t), kToleranceOhm) << n;
         ASSERT_EQ(samples[n].extra[3], 4321);
     }
 }
@@ -73,7 +79,7 @@ TEST_F(ResistanceStream, HoldsItsCodesInTheApneaOfEveryMinute)
         EXPECT_TRUE(held == Triple(samples[hold - 1]) || held == Triple(samples[hold]));
         EXPECT_NEAR(Ohms(samples[hold + 1]),
                     BreathOhms(2000, 60.0 / 17.0, 2, 60.0 * static_cast<double>(minute) + 50.0),
-                    0.1);
+                    kToleranceOhm);
         const auto differs = [&](const instrument::Slot& slot) { return Triple(slot) != held; };
         const auto from = samples.begin();
         const auto first = static_cast<std::ptrdiff_t>(hold + 1);
@@ -101,7 +107,7 @@ TEST_F(ResistanceStream, PlaysARecord)
     const auto samples = run.NextSamples(2 * kRate);
     for (std::size_t n = 0; n < samples.size(); ++n) {
         if (n % 500 == 0 || n % 500 == 499) continue;  // the step's own sample
-        ASSERT_NEAR(Ohms(samples[n]), 50.0 + record[n / 500 % 4], 0.1) << n;
+        ASSERT_NEAR(Ohms(samples[n]), 50.0 + record[n / 500 % 4], kToleranceOhm) << n;
     }
 }
 
@@ -109,5 +115,7 @@ TEST_F(ResistanceStream, IsConstantInTheCalibrationMode)
 {
     g_nECGExtRespirationMode = 1;
     OfflineRun run(OUTPUT_SINE);
-    for (const auto& slot : run.NextSamples(kRate)) ASSERT_NEAR(Ohms(slot), 52.0, 1e-3);
+    for (const auto& slot : run.NextSamples(kRate)) {
+        ASSERT_NEAR(Ohms(slot), 52.0, kToleranceOhm);
+    }
 }

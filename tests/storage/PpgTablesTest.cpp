@@ -30,11 +30,14 @@ Words Identity(std::size_t count)
     return words;
 }
 
-// A freshly made module: 21 codes a millivolt, and the row's number.
+// A freshly made module: each row falls short of the level by another part.
 Words RowAsMade(int row)
 {
+    constexpr int kPercent[] = {96, 98, 99};
     Words words;
-    for (int mv = 0; mv <= 3000; ++mv) words.push_back(static_cast<std::uint16_t>(21 * mv + row));
+    for (int mv = 0; mv <= 3000; ++mv) {
+        words.push_back(static_cast<std::uint16_t>(kPercent[row] * mv / 100));
+    }
     return words;
 }
 
@@ -99,7 +102,7 @@ TEST(PpgDcTable, OtherErasedWordsAreKept)
     LoadPPGDCTable();
     EXPECT_EQ(g_PPGDCTable[0][0], 0xFFFF);
     EXPECT_EQ(g_PPGDCTable[0][2999], 0xFFFF);
-    EXPECT_EQ(g_PPGDCTable[0][3000], 63000);
+    EXPECT_EQ(g_PPGDCTable[0][3000], 2880);
 }
 
 TEST(PpgDcTable, ARowThatCannotBeReadStaysAsItWas)

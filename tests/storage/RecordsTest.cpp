@@ -265,17 +265,18 @@ TEST(PhotodiodeRecord, OfLed1StandsBeforeThatOfEveryOther)
 TEST(PpgDcRecord, ReadsTheWholeSlotAndGivesItsFirstWords)
 {
     const std::uint32_t addresses[] = {5632, 13824, 22016};
+    constexpr unsigned kPercent[] = {96, 98, 99};  // of the level, in a freshly made module
     COpenInstrument opened(0x3407u);
     for (int row = 0; row < 3; ++row) {
         opened.device.ClearExchanges();
-        Words data(6, 0xEEEE);
-        EXPECT_TRUE(ReadPPGDCTable(row, data.data(), 5));
+        Words data(202, 0xEEEE);
+        EXPECT_TRUE(ReadPPGDCTable(row, data.data(), 201));
         const auto exchanges = opened.device.Exchanges();
         ASSERT_EQ(exchanges.size(), 256u);
         EXPECT_EQ(exchanges[0].request, ReadRequest(19, addresses[row], 32));
         EXPECT_EQ(exchanges[255].request, ReadRequest(19, addresses[row] + 8160, 32));
-        for (unsigned mv = 0; mv < 5; ++mv) EXPECT_EQ(data[mv], 21 * mv + unsigned(row));
-        EXPECT_EQ(data[5], 0xEEEE);
+        for (unsigned mv = 0; mv <= 200; ++mv) EXPECT_EQ(data[mv], kPercent[row] * mv / 100);
+        EXPECT_EQ(data[201], 0xEEEE);
     }
 }
 

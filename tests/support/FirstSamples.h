@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <condition_variable>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -22,8 +23,16 @@ public:
             const std::size_t count = std::min(samples.size(), most_ - samples_.size());
             samples_.insert(samples_.end(), samples.begin(),
                             samples.begin() + static_cast<std::ptrdiff_t>(count));
+            if (samples_.size() == most_) full_.notify_all();
         };
         return options;
+    }
+
+    // Until there are as many as are collected.
+    bool WaitForAll(instrument::Milliseconds timeout)
+    {
+        std::unique_lock lock(mutex_);
+        return full_.wait_for(lock, timeout, [this] { return samples_.size() == most_; });
     }
 
     std::vector<instrument::Sample> Take()
@@ -35,5 +44,6 @@ public:
 private:
     const std::size_t most_;
     std::mutex mutex_;
+    std::condition_variable full_;
     std::vector<instrument::Sample> samples_;
 };
