@@ -4,30 +4,12 @@
 
 #include "support/EveryCall.h"
 #include "support/LinkHost.h"
+#include "support/SensorHost.h"
 #include "support/Timing.h"
 
 using namespace instrument;
 
 namespace {
-
-Options WithModule(Pace pace)
-{
-    Options options;
-    options.ppgModel = 0x3407;
-    options.pace = pace;
-    options.keepStreamExchanges = true;
-    return options;
-}
-
-// Never is a packet sent before the one before has been answered.
-void ExpectOnePacketInFlight(const SimulatedInstrument& instrument)
-{
-    Clock::time_point answered;
-    for (const Exchange& packet : instrument.Exchanges(Request::Stream)) {
-        EXPECT_GE(packet.arrived, answered);
-        answered = packet.replied;
-    }
-}
 
 class WhilePlaying : public testing::TestWithParam<Pace> {};
 
@@ -111,6 +93,36 @@ TEST(SensorCommands, AnAmbientLightThatIsNotAnsweredDoesNotEndTheStream)
     instrument.Inject(MakeFault(FaultKind::Silence, Request::AmbientWrite));
     EXPECT_EQ(VRAXSetLEDAmbientLightMode(3), 0);
     ASSERT_TRUE(instrument.WaitForMorePackets(20));
+    EXPECT_EQ(VRAXSetOutputFunction(OUTPUT_OFF), 0);
+}
+
+// A packet plays 3.5 s here: as long as its reply stays away the next one waits.
+TEST(SensorCommands, AnAmbientLightLetsNoPacketGoWhileALongOnePlays)
+{
+    SimulatedInstrument instrument(WithModule(Pace::RealTime));
+    CConnectedHost host(kPatientMs);
+    ASSERT_EQ(VRAXSetSampleRate(200), 0);
+    ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_ECG), 0);
+    ASSERT_TRUE(instrument.WaitForPackets(2));
+    EXPECT_EQ(VRAXSetLEDAmbientLightMode(3), 0);
+    ASSERT_TRUE(instrument.WaitForMorePackets(3, std::chrono::minutes(1)));
+    ExpectOnePacketInFlight(instrument);
+    EXPECT_EQ(instrument.Statistics().sequenceErrors, 0U);
+    EXPECT_EQ(VRAXSetOutputFunction(OUTPUT_OFF), 0);
+    EXPECT_EQ(VRAXGetLEDAmbientLightMode(), 3);
+}
+
+TEST(SensorCommands, AnAmbientLightThatIsNotAnsweredLetsNoPacketGoWhileALongOnePlays)
+{
+    SimulatedInstrument instrument(WithModule(Pace::RealTime));
+    CConnectedHost host(kPatientMs);
+    ASSERT_EQ(VRAXSetSampleRate(300), 0);
+    ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_ECG), 0);
+    ASSERT_TRUE(instrument.WaitForPackets(2));
+    instrument.Inject(MakeFault(FaultKind::Silence, Request::AmbientWrite));
+    EXPECT_EQ(VRAXSetLEDAmbientLightMode(3), 0);
+    ASSERT_TRUE(instrument.WaitForMorePackets(3, std::chrono::minutes(1)));
+    ExpectOnePacketInFlight(instrument);
     EXPECT_EQ(VRAXSetOutputFunction(OUTPUT_OFF), 0);
 }
 

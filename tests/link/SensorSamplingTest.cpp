@@ -8,47 +8,13 @@
 #include <cstdlib>
 
 #include "support/LinkHost.h"
+#include "support/SensorHost.h"
 #include "support/Slowdown.h"
 #include "support/Timing.h"
 
 using namespace instrument;
 
 namespace {
-
-Options WithModule()
-{
-    Options options;
-    options.ppgModel = 0x3407;
-    return options;
-}
-
-// What the listener of photodiode 0 was told. Written by the poll thread.
-struct Record {
-    std::mutex mutex;
-    std::vector<int> values;
-};
-Record& Heard()
-{
-    static Record& record = *new Record;
-    return record;
-}
-void Hear(int, int value, int)
-{
-    const std::lock_guard lock(Heard().mutex);
-    Heard().values.push_back(value);
-}
-std::vector<int> Values()
-{
-    const std::lock_guard lock(Heard().mutex);
-    return Heard().values;
-}
-std::size_t Count()
-{
-    const std::lock_guard lock(Heard().mutex);
-    return Heard().values.size();
-}
-
-constexpr std::size_t kSamplesAFrame = 18;  // 56 bytes of three-byte records
 
 Bytes NumberedFrame(unsigned number)
 {
@@ -63,17 +29,6 @@ void ExpectFrames(unsigned first, unsigned count)
     for (std::size_t i = 0; i < values.size(); ++i) {
         ASSERT_EQ(values[i], static_cast<int>(first + i / kSamplesAFrame)) << "sample " << i;
     }
-}
-
-bool WaitForFrames(std::size_t count)
-{
-    return Eventually([=] { return Count() >= count * kSamplesAFrame; });
-}
-
-void StartSampling()
-{
-    ASSERT_EQ(VRAXEnablePPGSampling(0, Hear), 0);
-    ASSERT_EQ(VRAXStartPPGSampling(), 0);
 }
 
 // Short as delivered, so that a test run stays short.
@@ -110,6 +65,24 @@ TEST(SensorSampling, BlocksOfOtherHeadsTellNothing)
     instrument.SendUnsolicited(NumberedFrame(9));
     ASSERT_TRUE(WaitForFrames(1));
     ExpectFrames(9, 1);
+}
+
+// Bytes that stay alone are no part of the frame that comes later.
+TEST(SensorSampling, AShortBlockTellsNothingAndTheFrameAfterItIsWhole)
+{
+    SimulatedInstrument instrument(WithModule());
+    CConnectedHost host(kPatientMs);
+    StartSampling();
+    const Bytes frame = NumberedFrame(7);
+    unsigned number = 9;
+    for (const std::ptrdiff_t length : {1, 7}) {
+        instrument.SendUnsolicited(Bytes(frame.begin(), frame.begin() + length));
+        std::this_thread::sleep_for(std::chrono::milliseconds(2 * kPatientMs));
+        instrument.SendUnsolicited(NumberedFrame(number));
+        ASSERT_TRUE(WaitForFrames(number - 8)) << length;
+        ++number;
+    }
+    ExpectFrames(9, 2);
 }
 
 TEST(SensorSampling, FramesBeforeItsStartAreDropped)
@@ -267,11 +240,79 @@ TEST(SensorSampling, DeliversTheFullFrameRateWithCommandsSlottedIn)
     ASSERT_TRUE(WaitForFrames(frames));
     EXPECT_GE(commands, 10U);
     EXPECT_EQ(instrument.Sampling().overruns, 0U);
-    const std::vector<int> values = Values();
-    ASSERT_EQ(values.size(), frames * kSamplesAFrame);
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        ASSERT_EQ(values[i], static_cast<int>(i & 0xFFFF)) << "sample " << i;
+    ExpectNumberedSamples(frames);
+    VRAXStopPPGSampling();
+    ExpectNoRefusals(instrument);
+}
+
+namespace {
+constexpr std::uint64_t kMinuteOfFrames = 60 * static_cast<std::uint64_t>(kFullSamplingRate);
+constexpr std::uint64_t kRecordsAFrame = 6;  // of four samples and a status, 9 of 56 bytes
+constexpr int kAmbientMode = 9;
+
+std::uint16_t ValueOf(unsigned channel, std::uint64_t sample)
+{
+    return static_cast<std::uint16_t>(4 * sample + channel);
+}
+std::uint8_t StatusOf(std::uint64_t sample) { return static_cast<std::uint8_t>(7 * sample); }
+
+// What the four photodiodes told, in the order of the records. Written by the poll thread.
+std::atomic<std::uint64_t> s_heard{0};
+std::atomic<std::uint64_t> s_firstWrong{~std::uint64_t{0}};
+void HearInOrder(int channel, int value, int status)
+{
+    const std::uint64_t n = s_heard;
+    const bool isDue = channel == static_cast<int>(n % 4) && value == ValueOf(n % 4, n / 4) &&
+                       status == StatusOf(n / 4);
+    if (!isDue && n < s_firstWrong) s_firstWrong = n;
+    s_heard = n + 1;
+}
+
+// The command with this number, and whether it was answered rightly.
+bool IsAnswered(unsigned number)
+{
+    switch (number % 4) {
+        case 0: return VRAXGetUSBBusVoltage() == kUsbVoltage;
+        case 1: return VRAXGetLEDAmbientLightMode() == kAmbientMode;
+        case 2: {
+            const int level = static_cast<int>(number % 256);
+            return SetPPGTriggerLevel(1, level) == 0 && GetPPGTriggerLevel(1) == level;
+        }
+        default: {
+            double report[18] = {};
+            return VRAXGetFPGAReport(report) && report[6] == 0x123 && report[9] == 0x456;
+        }
     }
+}
+}  // namespace
+
+// The frames of a minute, of all four photodiodes, in a fraction of it.
+TEST(SensorSampling, DeliversTheFramesOfAMinuteWithCommandsOfAllKindsSlottedIn)
+{
+    Options options;
+    options.ppgModel = 0x3307;  // has less to tell at its connection
+    options.sampling.framesPerSecond = (kSlowdown > 1 ? 0.1 : 9.0) * kFullSamplingRate;
+    options.sampling.frames = kSlowdown > 1 ? kMinuteOfFrames / 60 : kMinuteOfFrames;
+    options.sampling.value = ValueOf;
+    options.sampling.status = StatusOf;
+    SimulatedInstrument instrument(options);
+    CConnectedHost host(kPatientMs);
+    ASSERT_EQ(VRAXSetLEDAmbientLightMode(kAmbientMode), 0);
+    for (int channel = 0; channel < 4; ++channel) {
+        ASSERT_EQ(VRAXEnablePPGSampling(channel, HearInOrder), 0);
+    }
+    ASSERT_EQ(VRAXStartPPGSampling(), 0);
+    const std::uint64_t all = options.sampling.frames * kRecordsAFrame * 4;
+    unsigned commands = 0;
+    while (s_heard < all - all / 10) ASSERT_TRUE(IsAnswered(commands++)) << commands;
+    ASSERT_TRUE(Eventually([=] { return s_heard >= all; }));
+    EXPECT_EQ(s_firstWrong, ~std::uint64_t{0});
+    EXPECT_EQ(s_heard, all);
+    EXPECT_GE(commands, 10U);
+    RecordProperty("commands", static_cast<int>(commands));
+    const SamplingStatistics statistics = instrument.Sampling();
+    EXPECT_EQ(statistics.frames, options.sampling.frames);
+    EXPECT_EQ(statistics.overruns, 0U);
     VRAXStopPPGSampling();
     ExpectNoRefusals(instrument);
 }
