@@ -248,6 +248,8 @@ unsigned DeviceWriteData(const unsigned char* buffer, unsigned length, unsigned)
         const ssize_t count = write(port, buffer + written, length - written);
         if (count < 0 && errno == EAGAIN) {
             usleep(kBackOffUs);
+        } else if (count < 0 && errno == EINTR) {
+            continue;  // as in the wait
         } else if (count < 0) {
             return written;
         } else {

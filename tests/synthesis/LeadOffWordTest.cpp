@@ -74,7 +74,7 @@ TEST_F(LeadOffWord, OfEveryModeFollowsFromEveryStateBefore)
 
 TEST_F(LeadOffWord, ChangesNoOtherBit)
 {
-    for (const std::uint32_t others : {0x7F137Fu, 0x111067u, kBit10}) {
+    for (const std::uint32_t others : {0x7F136Fu, 0x111067u, kBit10}) {
         for (int mode = 0; mode < 4; ++mode) {
             g_nRelayControl = others;
             ASSERT_EQ(VRAXSetLeadOff(mode), 1);
