@@ -1,5 +1,7 @@
 #include "draw_ecg/EcgPaper.h"
 
+#include <fontconfig/fontconfig.h>
+
 #include <algorithm>
 #include <cmath>
 #include <stdexcept>
@@ -25,6 +27,12 @@ void SetColour(cairo_t* cairo, const Colour& colour)
 }
 
 }  // namespace
+
+void ReleaseFonts()
+{
+    cairo_debug_reset_static_data();
+    FcFini();
+}
 
 EcgPaper::EcgPaper(double width, double height, double pixelsPerMm)
     : surface_(cairo_image_surface_create(CAIRO_FORMAT_RGB24,

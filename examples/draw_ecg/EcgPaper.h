@@ -42,6 +42,9 @@ struct CurveScale {
     double mmPerUnit = kMmPerMv;
 };
 
+// Gives back what drawing text keeps for the life of the process. No paper may be left.
+void ReleaseFonts();
+
 class EcgPaper {
 public:
     // All lengths are mm, from the upper left corner.

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
+#include "draw_ecg/EcgPaper.h"
 #include "draw_ecg/Reports.h"
 
 namespace {
@@ -40,11 +41,15 @@ int main(int argc, char** argv)
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : kUsageError;
     }
+    const auto report = isPpg           ? ecg::ReportPpg
+                        : isRespiration ? ecg::ReportRespiration
+                                        : ecg::ReportEcg;
+    int status = kFailure;
     try {
-        if (isPpg) return ecg::ReportPpg(arguments);
-        return isRespiration ? ecg::ReportRespiration(arguments) : ecg::ReportEcg(arguments);
+        status = report(arguments);
     } catch (const std::exception& error) {
         fmt::print(stderr, "draw_ecg: {}\n", error.what());
-        return kFailure;
     }
+    ecg::ReleaseFonts();
+    return status;
 }

@@ -8,6 +8,7 @@
 #include "device/Exchange.h"
 #include "device/Monitor.h"
 #include "device/Polling.h"
+#include "device/SamplingFrames.h"
 
 namespace {
 constexpr useconds_t kSearchPauseUs = 10000;
@@ -43,6 +44,15 @@ void MarkLost()
 {
     CInterruptLock lock;
     g_bConnected = 0;
+    {
+        CAutoCriticalSection access(g_AccessCriticalSection);
+        s_nRepliesPending = 0;
+        s_nRepliesUnread = 0;
+    }
+    // Whoever finds the instrument again stops its sampling first.
+    s_bFramesMayCome = false;
+    g_PPG_PDSamplingRunning = false;
+    DropKeptFrames();
     s_steps.lost();
 }
 
@@ -52,8 +62,6 @@ void TearDown()
     StopPollingThread();
     DeviceClose();
     JoinPollingThread();  // its last read must not meet the next port
-    s_nRepliesPending = 0;
-    s_nRepliesUnread = 0;
     MarkLost();
     s_steps.forget();
     g_AutoMonitor.PauseMonitor();

@@ -54,31 +54,22 @@ void QuietLine()
     CAutoCriticalSection lock(g_AccessCriticalSection);
     ForgetPendingReplies();
     unsigned char block[kReplyBytes];
-    while (g_PPG_PDSamplingRunning &&
-           KeepSamplingFrame(block, DeviceReadAvailable(block, sizeof block))) {
+    while (s_bFramesMayCome && KeepSamplingFrame(block, DeviceReadAvailable(block, sizeof block))) {
     }
     DeviceDiscardInput();
 }
 
-// The poll thread stands with a frame in hand: a reply that was late in the last exchange lies on
-// the line, or does not come.
-void UseGapBetweenFrames()
-{
-    CAutoCriticalSection lock(g_AccessCriticalSection);
-    if (s_nRepliesPending > 0) ForgetPendingReplies();
-}
-
 // Until the moment between a reply and the next packet, or between two photodiode frames. The
 // interrupt lock is held meanwhile: whoever offers the line says so before it asks for that lock.
-bool WaitForFreeLine()
+bool WaitForFreeLine(std::int64_t deadline)
 {
     CEvent* events[] = {&g_hProcessRequestEvent, &s_release};
     const std::int64_t sensorDeadline =
         MonotonicNs() + static_cast<std::int64_t>(kSensorWaitMs) * kNsPerMs;
     for (;;) {
-        if (g_bConnected == 0) return false;
+        if (g_bConnected == 0 || DeviceIsConnected() == 0) return false;
         if (IsLineBusy() && IsLineOffered()) {
-            if (!s_ECGGoing) UseGapBetweenFrames();
+            if (!s_ECGGoing) SettlePendingReplies();
             return true;
         }
         const bool sensorIsSilent = !s_ECGGoing && MonotonicNs() > sensorDeadline;
@@ -86,21 +77,26 @@ bool WaitForFreeLine()
             QuietLine();
             return true;
         }
-        if (t_isPollingThread) return false;  // nobody else would read the reply that frees it
+        // Nobody else would read the reply that frees the line; without one the line is free.
+        if (t_isPollingThread) return s_nRepliesPending + s_nRepliesUnread == 0;
+        if (MonotonicNs() > deadline) return false;
         const int index = WaitForMultipleObjects(2, events, 0, kRecheckMs);
         if (index == 1) return false;
         if (index == 0 && !IsLineOffered()) g_hProcessRequestEvent.ResetEvent();  // of another gap
     }
 }
 
-bool TakeLineForThisThread()
+bool TakeLineForThisThread(unsigned limitMs)
 {
     if (t_lineOwnerDepth > 0) {
         // Before the first packet the poll thread still reads; later the line is the caller's.
         if (!s_ECGGoing) QuietLine();
         return true;
     }
-    if (g_bConnected != 0 && IsLineBusy()) return WaitForFreeLine();
+    if (g_bConnected != 0 && IsLineBusy()) {
+        const std::int64_t limitNs = static_cast<std::int64_t>(limitMs) * kNsPerMs;
+        return WaitForFreeLine(MonotonicNs() + limitNs);
+    }
     QuietLine();
     return true;
 }
@@ -125,6 +121,12 @@ void ReadPendingReplies()
         Shared<int>& count = s_nRepliesUnread > 0 ? s_nRepliesUnread : s_nRepliesPending;
         count -= 1;
     }
+}
+
+void SettlePendingReplies()
+{
+    CAutoCriticalSection lock(g_AccessCriticalSection);
+    if (s_nRepliesPending > 0) ForgetPendingReplies();
 }
 
 void PausePollingThread() { g_hPollingEvent.ResetEvent(); }
@@ -186,7 +188,7 @@ CPassedInterruptLock::~CPassedInterruptLock()
 
 CPassingTurn::CPassingTurn() { s_waitingToPass.fetch_add(1); }
 
-bool CPassingTurn::TryTake()
+bool CPassingTurn::TryTake() NO_THREAD_SAFETY_ANALYSIS
 {
     if (!g_InterruptCriticalSection.TryLock()) return false;
     taken_ = true;
@@ -194,7 +196,7 @@ bool CPassingTurn::TryTake()
     return true;
 }
 
-CPassingTurn::~CPassingTurn()
+CPassingTurn::~CPassingTurn() NO_THREAD_SAFETY_ANALYSIS
 {
     s_waitingToPass.fetch_sub(1);
     s_passed.SetEvent();
@@ -249,10 +251,10 @@ CExchange::CPassLine::~CPassLine()
     }
 }
 
-bool CExchange::TakeLine()
+bool CExchange::TakeLine(unsigned limitMs)
 {
     if (t_line == LineState::kNotTaken) {
-        t_line = TakeLineForThisThread() ? LineState::kGranted : LineState::kGivenUp;
+        t_line = TakeLineForThisThread(limitMs) ? LineState::kGranted : LineState::kGivenUp;
     }
     return t_line == LineState::kGranted;
 }

@@ -73,8 +73,8 @@ public:
     CPassedInterruptLock& operator=(const CPassedInterruptLock&) = delete;
 };
 
-// The same for the poll thread while a signal streams: from its construction it is one that waits,
-// but it can go back to reading without having got the lock.
+// The same for the poll thread, which must never stand at the lock when there is a reply to read: from
+// its construction it is one that waits, but it can go back to reading without having got the lock.
 class CPassingTurn {
 public:
     CPassingTurn();
@@ -132,9 +132,9 @@ public:
     CExchange(const CExchange&) = delete;
     CExchange& operator=(const CExchange&) = delete;
 
-    // False when the wait was given up because the output is being stopped or the instrument went;
-    // then nothing can be sent.
-    bool TakeLine();
+    // False when the wait was given up because the output is being stopped, the instrument went or
+    // the time is over; then nothing can be sent.
+    bool TakeLine(unsigned limitMs = kInfinite);
 
     // All bytes went out.
     bool Send(const std::uint8_t* request, unsigned length);
@@ -170,6 +170,10 @@ unsigned ReadReply(std::uint8_t* reply, unsigned length, unsigned* came = nullpt
 // Reads the replies that may still come, each for one read budget at the longest; those that do not
 // stay pending. The caller holds g_AccessCriticalSection.
 void ReadPendingReplies();
+
+// A reply that was late in an exchange that is over lies on the line, or does not come: reads it
+// away, within one read budget.
+void SettlePendingReplies();
 
 // For flash frames inside a held exchange.
 bool SendRequest(const std::uint8_t* request, unsigned length)

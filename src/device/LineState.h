@@ -15,6 +15,11 @@ extern Shared<bool> s_ECGGoing;
 // Photodiode sampling is running. Written by the PPG sensor calls.
 extern Shared<bool> g_PPG_PDSamplingRunning;
 
+// The instrument sends photodiode frames: from the start command to a stop command that it answers,
+// or to the end of the connection. What is told from a reply hangs on this, what listeners are told
+// on the flag above.
+extern Shared<bool> s_bFramesMayCome;
+
 // Replies that may still come: to packets, and to commands that got none in time. Touched under
 // g_AccessCriticalSection by whoever writes the packet or reads a reply.
 extern Shared<int> s_nRepliesPending;

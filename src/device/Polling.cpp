@@ -14,8 +14,8 @@ constexpr unsigned kJoinLimitMs = 10000;
 constexpr std::int64_t kNsPerMs = 1000000;
 // Beyond the time of two packets a reply that has not come is lost.
 constexpr std::int64_t kLostReplyNs = 300 * kNsPerMs;
-constexpr useconds_t kTurnPauseUs = 1000;
-constexpr int kMostLooksWhilePacketIsOut = 20;
+constexpr useconds_t kTurnPauseUs = 500;
+constexpr int kMostLooksWhilePacketIsOut = 40;
 
 CJoinableThread s_pPollingThread;
 Shared<bool> s_bStopPool = false;
@@ -37,6 +37,7 @@ enum class StreamRead { kNothing, kSamplingFrame, kUnreadReply, kPacketReply };
 StreamRead ReadStreamReply()
 {
     CAutoCriticalSection lock(g_AccessCriticalSection);
+    if (!s_ECGGoing) return StreamRead::kNothing;  // what comes now is for others
     unsigned char reply[kReplyBytes];
     const unsigned count = DeviceReadData(reply, sizeof reply);
     if (count < 1) return StreamRead::kNothing;
@@ -53,7 +54,9 @@ StreamRead ReadStreamReply()
 void HandOn(const std::uint8_t* block, unsigned length)
 {
     void (*handler)(const std::uint8_t*, unsigned) = s_samplingHandler;
-    if (handler != nullptr && IsSamplingBlock(block, length)) handler(block, length);
+    if (handler != nullptr && g_PPG_PDSamplingRunning && IsSamplingBlock(block, length)) {
+        handler(block, length);
+    }
 }
 
 void HandOnKeptFrames()
@@ -97,9 +100,17 @@ void HandOnInTurn(CPassingTurn& turn)
     }
 }
 
+bool HandOnAtOnce()
+{
+    CPassingTurn turn;
+    if (!turn.TryTake()) return false;
+    HandOnKeptFrames();
+    return true;
+}
+
 void LetNextPacketGo()
 {
-    if (!HasKeptFrames()) return g_hSendEvent.SetEvent();
+    if (!HasKeptFrames() || HandOnAtOnce()) return g_hSendEvent.SetEvent();
     CPassingTurn turn;
     g_hSendEvent.SetEvent();
     HandOnInTurn(turn);
@@ -126,14 +137,24 @@ void PollStream()
 bool MayReadIdle() { return g_hPollingEvent.WaitTimeout(0) == 0 && !s_ECGGoing && !s_bStopPool; }
 
 // The line is offered before the interrupt lock is taken, so that a command that waits for it goes
-// first. The frames that it met are younger than the block.
+// first. The frames that it met are younger than the block. When a run begins meanwhile, this thread
+// is needed to read, and hands the block on in the first gap.
 void DispatchBlock(const std::uint8_t* block, unsigned length)
 {
+    CPassingTurn turn;
     s_bFrameInHand = true;
     g_hProcessRequestEvent.SetEvent();
-    CPassedInterruptLock lock;
-    HandOn(block, length);
-    HandOnKeptFrames();
+    bool hasTurn = turn.TryTake();
+    while (!hasTurn && !s_ECGGoing && !s_bStopPool) {
+        usleep(kTurnPauseUs);
+        hasTurn = turn.TryTake();
+    }
+    if (hasTurn) {
+        HandOn(block, length);
+        HandOnKeptFrames();
+    } else {
+        ReturnSamplingFrame(block, length);
+    }
     s_bFrameInHand = false;
 }
 

@@ -35,8 +35,8 @@ bool IsSamplingCommand(const std::uint8_t* request, unsigned length)
 
 bool IsSamplingBlock(const std::uint8_t* block, unsigned length)
 {
-    return g_PPG_PDSamplingRunning && length >= kHeadBytes && block[0] == kSamplingGroup &&
-           block[1] == kSamplingDirection;
+    return (s_bFramesMayCome || g_PPG_PDSamplingRunning) && length >= kHeadBytes &&
+           block[0] == kSamplingGroup && block[1] == kSamplingDirection;
 }
 
 bool IsSamplingAcknowledge(const std::uint8_t* block, unsigned length)
@@ -56,6 +56,16 @@ bool KeepSamplingFrame(const std::uint8_t* block, unsigned length)
         s_first = (s_first + 1) % kMostFrames;
     }
     return true;
+}
+
+void ReturnSamplingFrame(const std::uint8_t* block, unsigned length)
+{
+    if (!IsSamplingFrame(block, length)) return;
+    CAutoCriticalSection lock(s_section);
+    if (s_count == kMostFrames) return;
+    s_first = (s_first + kMostFrames - 1) % kMostFrames;
+    std::memcpy(s_frames[s_first], block, kReplyBytes);
+    ++s_count;
 }
 
 bool HasKeptFrames()

@@ -64,7 +64,9 @@ bool _ReadPPGAD(std::uint8_t mask)
 bool _StopPPGAD()
 {
     std::uint8_t reply[kReplyBytes];
-    return Transact(kWrite, 0, reply);
+    if (!Transact(kWrite, 0, reply)) return false;
+    s_bFramesMayCome = false;
+    return true;
 }
 
 void _CallbackPPGSampling(const std::uint8_t* frame, unsigned length)
@@ -109,15 +111,16 @@ int VRAXDisablePPGSampling(void)
 
 int VRAXStartPPGSampling(void)
 {
-    CApiLock lock;
+    CExchange line(CExchange::Line::kLater);  // nothing comes between the two commands
     if (const int obstacle = FindObstacle(); obstacle != 0) return obstacle;
     if (!g_PPG_PDSamplingEnabled) return -4;
     const std::uint8_t mask = ListenersMask();
-    CExchange line;  // nothing comes between the two commands
+    line.TakeLine();
     DropKeptFrames();
     if (_SetPPGAD(mask) != 0) return -4;
     // Set since the end of the last run: it must not let a command onto a line that is busy again.
     g_hProcessRequestEvent.ResetEvent();
+    s_bFramesMayCome = true;
     g_PPG_PDSamplingRunning = true;
     SleepMilliseconds(kStartWaitMs);
     _ReadPPGAD(mask);
@@ -125,18 +128,19 @@ int VRAXStartPPGSampling(void)
 }
 
 namespace {
-// False when the wait for the line was given up for another call that stops something, which may
-// need the API lock for that.
+// Longer than most packets play; a run may stand still.
+constexpr unsigned kStopLimitMs = 2000;
+
+// False when the wait for the line was given up: for another call that stops something and may need
+// the API lock for that, or because no gap came.
 bool TryStopSampling()
 {
     // Commands that wait for the free line give the API lock back.
     std::optional<CReleaseWaitingCommands> release(std::in_place);
-    CApiLock lock;
+    CExchange line(CExchange::Line::kLater);
     release.reset();
-    CExchange line;
-    const bool hasLine = line.TakeLine();
+    if (!line.TakeLine(kStopLimitMs)) return false;
     _StopPPGAD();
-    if (!hasLine) return false;
     g_PPG_PDSamplingRunning = false;
     DropKeptFrames();
     return true;

@@ -71,16 +71,16 @@ bool VRAXGetFPGAReport(void* out)
 int GetPDStatus(std::uint32_t* a, std::uint32_t* b, std::uint32_t* c, std::uint32_t* d,
                 std::uint32_t* e, std::uint32_t* f)
 {
-    CApiLock lock;
+    CExchange line(CExchange::Line::kLater);
     if (DeviceIsConnected() == 0) return -1;
     if (IsLineBusy()) return -2;
     std::uint32_t* const values[] = {a, b, c, d, e, f};
     for (const std::uint32_t* value : values) {
         if (value == nullptr) return -3;
     }
-    CExchange line;
     const std::uint8_t request[] = {kGroup, kRead, kSamplingStatus};
     std::uint8_t reply[kReplyBytes];
+    line.TakeLine();
     if (!line.Transact(request, sizeof request, reply, kPhotodiodeWaitMs)) return -3;
     if (reply[kAckOffset] != kAcknowledged || (reply[kFlagsOffset] & kFlags) != 0) return -4;
     for (int i = 0; i < kPairs; ++i) {
@@ -92,11 +92,11 @@ int GetPDStatus(std::uint32_t* a, std::uint32_t* b, std::uint32_t* c, std::uint3
 
 bool GetAutoTriggerLevelStatus(std::uint16_t* out)
 {
-    CApiLock lock;
+    CExchange line(CExchange::Line::kLater);
     if (out == nullptr || DeviceIsConnected() == 0) return false;
-    CExchange line;
     const std::uint8_t request[] = {kGroup, kRead, kTriggerStatus, 0x00};
     std::uint8_t reply[kReplyBytes];
+    line.TakeLine();
     if (!line.Transact(request, sizeof request, reply)) return false;
     std::uint16_t status[kTriggerWords];
     std::memcpy(status, reply + kTriggerOffset, sizeof status);

@@ -77,7 +77,10 @@ bool SendFirstPacket()
     CLineOwner line;
     if (IsStopRequested()) return false;
     s_pace = g_bConnected != 0 ? Pace::kDevice : Pace::kTimer;
-    if (s_pace == Pace::kDevice) _StopSimulationTimer();
+    if (s_pace == Pace::kDevice) {
+        _StopSimulationTimer();
+        SettlePendingReplies();  // one that is owed must not pass for the packet's
+    }
     _SendNextPacket(true);
     if (s_pace == Pace::kDevice) g_hReadEvent.SetEvent();
     return true;
@@ -162,8 +165,10 @@ bool IsRunGoing() { return g_hPlayThread.IsRunning() && !IsStopRequested(); }
 
 void WaitForEndingRun()
 {
-    if (IsInsideLibrary() || !IsStopRequested()) return;
-    g_hPlayThread.Join();
+    constexpr unsigned kLookMs = 50;  // another call may start the next run meanwhile
+    if (IsInsideLibrary()) return;
+    while (IsStopRequested() && !g_hPlayThread.Join(kLookMs)) {
+    }
 }
 
 void RestartClock()

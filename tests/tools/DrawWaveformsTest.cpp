@@ -27,9 +27,7 @@ constexpr double kNearPixels = 2.0;  // half the line and the rounding to a pixe
 
 CommandOutcome Draw(const std::string& arguments)
 {
-    return RunCommand("LSAN_OPTIONS=print_suppressions=0:suppressions=" VRAX_LEAK_SUPPRESSIONS
-                      " " VRAX_DRAW_PROGRAM " " +
-                      arguments);
+    return RunCommand(VRAX_DRAW_PROGRAM " " + arguments);
 }
 
 class Picture {

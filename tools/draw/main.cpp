@@ -12,6 +12,7 @@
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
+#include "draw_ecg/EcgPaper.h"
 #include "tools/draw/SheetDrawing.h"
 #include "tools/draw/Sheets.h"
 
@@ -96,10 +97,12 @@ int main(int argc, char** argv)
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : kUsageError;
     }
+    int status = kFailure;
     try {
-        return Run(arguments);
+        status = Run(arguments);
     } catch (const std::exception& error) {
         fmt::print(stderr, "vrax-draw-waveforms: {}\n", error.what());
-        return kFailure;
     }
+    ecg::ReleaseFonts();
+    return status;
 }
