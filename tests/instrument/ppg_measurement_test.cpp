@@ -132,7 +132,7 @@ TEST(PpgMeasurement, TellsTheBreath)
 
 TEST(PpgMeasurement, ABreathMovesNeitherTransitTimeNorRatio)
 {
-    const PulsePhase& breathing = Measured().pulses.at(1);
+    const PulsePhase breathing = Measured().pulses.at(1);
     EXPECT_NEAR(breathing.transit, 0.2, 0.0002);
     EXPECT_NEAR(breathing.ratio, 0.006, 0.00002);
 }
@@ -140,7 +140,7 @@ TEST(PpgMeasurement, ABreathMovesNeitherTransitTimeNorRatio)
 TEST(PpgMeasurement, AnotherPulseRateIsAnError)
 {
     EXPECT_FALSE(With([](Fault& fault) { fault.bpm = 75.3; }).Agrees());
-    const PulsePhase& still = With([](Fault& fault) { fault.bpm = 75.3; }).pulses.at(0);
+    const PulsePhase still = With([](Fault& fault) { fault.bpm = 75.3; }).pulses.at(0);
     EXPECT_NEAR(still.perMinute, 75.3, 0.001);
     EXPECT_GT(still.rateError, kRateTolerance);
 }

@@ -291,7 +291,7 @@ TEST(SensorSampling, DeliversTheFramesOfAMinuteWithCommandsOfAllKindsSlottedIn)
 {
     Options options;
     options.ppgModel = 0x3307;  // has less to tell at its connection
-    options.sampling.framesPerSecond = (kSlowdown > 1 ? 0.1 : 9.0) * kFullSamplingRate;
+    options.sampling.framesPerSecond = (kSlowdown > 1 ? 0.1 : 3.0) * kFullSamplingRate;
     options.sampling.frames = kSlowdown > 1 ? kMinuteOfFrames / 60 : kMinuteOfFrames;
     options.sampling.value = ValueOf;
     options.sampling.status = StatusOf;

@@ -151,7 +151,9 @@ TEST_P(NoiseLikeness, HasTheThirdOctaveLevelsOfTheRecord)
         }
     }
     for (const auto& [band, level] : levels) {
-        EXPECT_NEAR(level, expected.at(band), kMostDb) << std::pow(10.0, band / 10.0) << " Hz";
+        // Half an hour has some 25 lines in a band below 0.1 Hz: the level of one noise scatters.
+        const double most = record.empty() && band < -10 ? 3.0 : kMostDb;
+        EXPECT_NEAR(level, expected.at(band), most) << std::pow(10.0, band / 10.0) << " Hz";
     }
 }
 
