@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 namespace instrument {
 
@@ -26,10 +27,29 @@ constexpr FaultWord kFaultWords[] = {
     {"late", FaultKind::LateReply, "milliseconds"},
     {"wrong-ack", FaultKind::WrongAcknowledge, nullptr},
     {"wrong-bytes", FaultKind::WrongBytes, nullptr},
+    {"changed-byte", FaultKind::ChangedByte, "which byte"},
     {"stray", FaultKind::Unsolicited, nullptr},
     {"hangup-before", FaultKind::HangUpBefore, nullptr},
     {"hangup-during", FaultKind::HangUpDuring, nullptr},
     {"hangup-after", FaultKind::HangUpAfter, nullptr},
+};
+
+struct MatchWord {
+    const char* word;
+    Request match;
+    std::vector<std::uint8_t> prefix;
+};
+const MatchWord kMatchWords[] = {
+    {"stream", Request::Stream, {}},
+    {"commands", Request::Command, {}},
+    {"fpga-erase", Request::FlashErase, {0x12, 0x55, 0xAA, 0xFF, 0x00, 0x03}},
+    {"fpga-write", Request::FlashWrite, {0x12, 0x55, 0xAA, 0xFF, 0x00, 0x03}},
+    {"fpga-read", Request::FlashRead, {0x12, 0x55, 0xAA, 0x00, 0x00, 0x03}},
+    {"mcu-erase", Request::McuErase, {}},
+    {"mcu-write", Request::McuWrite, {}},
+    {"mcu-read", Request::McuRead, {}},
+    {"control-mode", Request::ControlMode, {}},
+    {"restart", Request::Restart, {}},
 };
 
 Words Split(const std::string& line)
@@ -62,13 +82,20 @@ Bytes HexBytes(Words::const_iterator from, Words::const_iterator to)
     return bytes;
 }
 
-// What stands after "on": stream, commands, or the bytes with which the request begins.
+// What stands after "on": a kind of request, or the bytes with which it begins.
 void ReadMatch(Fault& fault, Words::const_iterator from, Words::const_iterator to)
 {
     if (from == to) throw std::invalid_argument("'on' what?");
-    if (*from == "stream") fault.match = Request::Stream;
-    else if (*from == "commands") fault.match = Request::Command;
-    else fault.prefix = HexBytes(from, to);
+    const auto* const known =
+        std::find_if(std::begin(kMatchWords), std::end(kMatchWords),
+                     [&](const MatchWord& candidate) { return *from == candidate.word; });
+    if (known == std::end(kMatchWords)) {
+        fault.prefix = HexBytes(from, to);
+        return;
+    }
+    if (from + 1 != to) throw std::invalid_argument(fmt::format("'{}'?", *(from + 1)));
+    fault.match = known->match;
+    fault.prefix = known->prefix;
 }
 
 std::string InjectFault(SimulatedInstrument& instrument, const FaultWord& word, const Words& words)
@@ -82,9 +109,13 @@ std::string InjectFault(SimulatedInstrument& instrument, const FaultWord& word, 
         fault.bytes = value;
         fault.delay = Milliseconds(value);
     }
-    if (next != words.end() && *next != "on") {
+    if (next != words.end() && *next != "on" && *next != "after") {
         fault.count = *next == "all" ? 0 : std::max(Number(*next, 10), 1U);
         ++next;
+    }
+    if (next != words.end() && *next == "after") {
+        if (++next == words.end()) throw std::invalid_argument("'after' how many?");
+        fault.skip = Number(*next++, 10);
     }
     if (next != words.end()) {
         if (*next != "on") throw std::invalid_argument(fmt::format("'{}'?", *next));
@@ -115,6 +146,43 @@ std::string SetSampling(SimulatedInstrument& instrument, const Words& words)
     return fmt::format("sampling: {} frames a second while it runs", words[1]);
 }
 
+std::string SetRestart(SimulatedInstrument& instrument, const Words& words)
+{
+    if (words.size() != 2) throw std::invalid_argument("restart MS or restart never");
+    RestartBehaviour behaviour;
+    behaviour.comesBack = words[1] != "never";
+    if (behaviour.comesBack) behaviour.away = Milliseconds(Number(words[1], 10));
+    instrument.SetRestart(behaviour);
+    return behaviour.comesBack ? fmt::format("restart: comes back after {} ms", words[1])
+                               : "restart: does not come back";
+}
+
+// "VRAX 1.2.0.3": tag and version. Three letters of the MCU's tag may be anything.
+std::string ImageName(const ImageState& image)
+{
+    if (!image.isAccepted) return "none";
+    std::string tag(image.tag.begin(), image.tag.end());
+    for (char& letter : tag) {
+        if (letter < ' ' || letter > '~') letter = '.';
+    }
+    return fmt::format("{} {}", tag, fmt::join(image.version, "."));
+}
+
+std::string ImagePart(const char* name, const ImageState& running, const ImageState& held)
+{
+    std::string text = fmt::format("{} image {}", name, ImageName(running));
+    if (ImageName(held) != ImageName(running)) text += fmt::format(" (holds {})", ImageName(held));
+    return text;
+}
+
+std::string FirmwarePart(const FirmwareState& state)
+{
+    return fmt::format("{}, {}, update mode {}",
+                       ImagePart("FPGA", state.runningFpga, state.heldFpga),
+                       ImagePart("MCU", state.runningMcu, state.heldMcu),
+                       state.updateMode ? "on" : "off");
+}
+
 std::string ModulePart(const DeviceState& state)
 {
     const RespirationSettings respiration = state.Respiration();
@@ -135,6 +203,7 @@ std::optional<std::string> RunPlainWord(SimulatedInstrument& instrument, const W
     if (word == "status") return StatusLine(instrument);
     if (word == "pace") return SetPace(instrument, words);
     if (word == "sampling") return SetSampling(instrument, words);
+    if (word == "restart") return SetRestart(instrument, words);
     if (word == "plug") instrument.Plug();
     else if (word == "unplug") instrument.Unplug();
     else if (word == "clear") instrument.ClearFaults();
@@ -168,13 +237,17 @@ std::string ControlHelp()
            "late MS [N|all]               ... come late\n"
            "wrong-ack [N|all]             ... do not acknowledge\n"
            "wrong-bytes [N|all]           ... have every bit inverted\n"
+           "changed-byte BYTE [N|all]     ... have one byte inverted; 0 is the first\n"
            "stray [N|all]                 an unsolicited block goes before the reply\n"
            "hangup-before, -during, -after [N]   the port hangs up around the next request\n"
-           "  any of these: ... on stream | on commands | on HEX HEX ..   (leading bytes)\n"
+           "  any of these: ... after N   the first N requests that fit pass untouched\n"
+           "  any of these: ... on stream | commands | fpga-erase | fpga-write | fpga-read |\n"
+           "      mcu-erase | mcu-write | mcu-read | control-mode | restart | HEX HEX ..\n"
            "send HEX HEX ..               unsolicited bytes now\n"
            "clear                         forget all faults\n"
            "pace real|fast                from the next run on\n"
            "sampling HZ [lose N]          photodiode frames while sampling runs\n"
+           "restart MS|never              how long the node is away after a restart\n"
            "status, help";
 }
 
@@ -184,11 +257,11 @@ std::string StatusLine(const SimulatedInstrument& instrument)
     const PacingSettings pacing = instrument.Pacing();
     return fmt::format(
         "{} {}, operate mode {:02X}, {} Hz, relays {:06X}, lead-off mode {}, "
-        "right-leg-drive measurement {}, pacing {:.2f} mV {:.3f} ms, {}, {}",
+        "right-leg-drive measurement {}, pacing {:.2f} mV {:.3f} ms, {}, {}, {}",
         instrument.Path(), instrument.IsPlugged() ? "plugged" : "unplugged", relays.operateMode,
         relays.sampleRate, relays.word, relays.LeadOffMode(), relays.MeasuresRld() ? "on" : "off",
         pacing.amplitudeMv, pacing.durationMs, ModulePart(instrument.State()),
-        SummaryLine(instrument));
+        FirmwarePart(instrument.Firmware()), SummaryLine(instrument));
 }
 
 std::string SummaryLine(const SimulatedInstrument& instrument)
@@ -198,10 +271,11 @@ std::string SummaryLine(const SimulatedInstrument& instrument)
     return fmt::format(
         "packets={} samples={} runs={} stops={} sequence_errors={} mode_errors={} "
         "underruns={} refusals={} marks={} pulses={} code_errors={} sampling_frames={} "
-        "sampling_lost={} sampling_overruns={}",
+        "sampling_lost={} sampling_overruns={} restarts={}",
         stream.packets, stream.samples, stream.runs, stream.stopPackets, stream.sequenceErrors,
         stream.modeErrors, stream.underruns, instrument.RefusalCount(), stream.marks, stream.pulses,
-        stream.codeErrors, sampling.frames, sampling.lost, sampling.overruns);
+        stream.codeErrors, sampling.frames, sampling.lost, sampling.overruns,
+        instrument.Firmware().restarts);
 }
 
 }  // namespace instrument

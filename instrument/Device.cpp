@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "instrument/FactoryRecords.h"
+#include "instrument/Images.h"
 
 namespace instrument {
 
@@ -13,7 +14,7 @@ namespace {
 constexpr std::uint8_t kDone = 0xFF;
 constexpr std::uint8_t kDefaultMode = 0;  // before the first relay command
 
-// Flash frames: a data frame carries 32 bytes, an image frame of the ECG board 48.
+// Flash frames: a data frame carries 32 bytes, a frame of the FPGA image 48.
 constexpr std::size_t kFlashData = 16;
 constexpr std::size_t kFlashDataBytes = 32;
 constexpr std::size_t kFlashImageBytes = 48;
@@ -71,25 +72,42 @@ std::string RespirationModuleFault(const Options& options, std::uint8_t mode, un
     return fmt::format("{} Hz with the respiration module", rate);
 }
 
+std::string FlashAddressFault(const Flash& flash, std::span<const std::uint8_t> frame, bool erase)
+{
+    const std::uint8_t channel = frame[5];
+    const std::uint32_t address = BigAddress(frame);
+    const std::size_t count = frame[7];
+    if (!flash.Holds(channel, address, erase ? 1 : count)) {
+        return fmt::format("{} bytes at {} are outside channel {}", count, address, channel);
+    }
+    if (erase && address % kSectorBytes != 0) {
+        return fmt::format("an erase at {}, inside a sector", address);
+    }
+    if (channel == kEcgChannel && !StaysInOnePart(address, count)) {
+        return fmt::format("{} bytes at {} lie in the FPGA image and in the records", count,
+                           address);
+    }
+    return {};
+}
+
 // Empty when the fixed bytes of a flash frame are as they have to be.
 std::string FlashFrameFault(const Flash& flash, std::span<const std::uint8_t> frame, bool erase)
 {
     const std::uint8_t channel = frame[5];
     const std::size_t count = frame[7];
-    const std::size_t most = channel == kEcgChannel ? kFlashImageBytes : kFlashDataBytes;
+    const bool isImage = channel == kEcgChannel && IsInFpgaImage(BigAddress(frame));
+    const std::size_t most = isImage ? kFlashImageBytes : kFlashDataBytes;
     if (frame[4] != 0) return "byte 4 is not 0";
-    if (flash.SizeOf(channel) == 0) return fmt::format("no storage channel {}", channel);
+    if (flash.SizeOf(channel) == 0 || channel == kMcuMemory) {
+        return fmt::format("no storage channel {}", channel);
+    }
     if (frame[6] > 1) return fmt::format("byte 6 is {:02X}, not 00 or 01", frame[6]);
     if (erase && count != 0) return "an erase frame with a byte count";
     if (!erase && (count == 0 || count > most)) return fmt::format("byte count {}", count);
     if (frame[12] != 0 || BigWord(frame, 13) != 0 || frame[15] != 0) {
         return "bytes 12 to 15 are not 0";
     }
-    if (!flash.Holds(channel, BigAddress(frame), erase ? 1 : count)) {
-        return fmt::format("{} bytes at {} are outside channel {}", count, BigAddress(frame),
-                           channel);
-    }
-    return {};
+    return FlashAddressFault(flash, frame, erase);
 }
 
 }  // namespace
@@ -109,6 +127,7 @@ Device::Device(const Options& options)
     : flash(options.nor), measurements(options.measurements), options_(options)
 {
     ProgramFactoryRecords(flash, options);
+    ProgramFactoryImages(flash, options);
     if (!options.initialFlash.empty()) flash.Load(options.initialFlash);
     if (options.overwriteRecords) ProgramModelRecords(flash, options);
     // Bytes without a meaning to the host: a host that reads the block, changes fields and writes
@@ -132,6 +151,7 @@ void Device::PowerUp()
     state.signalDetection = 0;
     state.rldMeasurement = false;
     state.samplingMask = 0;
+    StartPrograms();
 }
 
 Answer Device::Acknowledge(RequestBytes request, bool done) const
@@ -161,7 +181,11 @@ Answer Device::Execute(Request kind, RequestBytes request)
         case Request::ControlWrite: return WriteControl(request);
         case Request::Respiration: return SetRespiration(request);
         case Request::PulseGroups: return PulseGroups(request);
-        case Request::Firmware: return Answer::Refused("firmware updates are not simulated");
+        case Request::Restart:
+        case Request::ControlMode:
+        case Request::McuErase:
+        case Request::McuWrite:
+        case Request::McuRead: return ExecuteFirmware(kind, request);
         default: return ExecuteModule(kind, request);
     }
 }
@@ -267,7 +291,7 @@ Answer Device::WriteFlash(RequestBytes request)
     answer.reply.mark = kFlashMark;
     const bool isFitted = request[5] != kModuleChannel || HasPpg() || options_.respirationModule;
     answer.reply.bytes[kFlashMark] = isFitted ? kDone : options_.noModuleMark;
-    if (isFitted) flash.Write(request[5], BigAddress(request), request.subspan(kFlashData, count));
+    if (isFitted) WriteCells(request[5], BigAddress(request), request.subspan(kFlashData, count));
     return answer;
 }
 

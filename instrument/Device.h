@@ -25,8 +25,9 @@ struct Reply {
 struct Answer {
     std::string refusal;  // why the request is not answered; empty = it is
     Reply reply;
+    bool restarts = false;  // after the reply
 
-    static Answer Refused(std::string reason) { return {std::move(reason), {}}; }
+    static Answer Refused(std::string reason) { return {std::move(reason), {}, false}; }
 };
 
 class Device {
@@ -36,11 +37,12 @@ public:
     // `request` is complete: it has a length that its leading bytes allow. Not for stream packets.
     Answer Execute(Request kind, std::span<const std::uint8_t> request);
 
-    // What loses power loses its relays, its control block and the switches; flash and settings
-    // are kept.
+    // What loses power or restarts loses its relays, its control block and the switches; flash and
+    // settings are kept, and the programs that are held run.
     void PowerUp();
 
     PacingCodes Pacing() const;
+    FirmwareState Firmware() const;
 
     // Everything is open to the owner, which guards it.
     Flash flash;
@@ -80,11 +82,19 @@ private:
     Answer RespirationModule(Request kind, RequestBytes request);
     Answer RespirationBaseline(Request kind, RequestBytes request);
 
+    // DeviceFirmware.cpp
+    Answer ExecuteFirmware(Request kind, RequestBytes request);
+    Answer SetControlMode(RequestBytes request);
+    Answer UpdateMcu(Request kind, RequestBytes request);
+    void WriteCells(std::uint8_t channel, std::uint32_t address, RequestBytes data);
+    void StartPrograms();
+
     bool HasPpg() const { return options_.ppgModel.has_value(); }
     // The request's first three bytes and the mark: 0xFF, or what stands for "not done".
     Answer Acknowledge(RequestBytes request, bool done = true) const;
 
     const Options options_;
+    FirmwareState firmware_;  // without what is held
 };
 
 // True when the bytes from `from` on are 0.

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "instrument/Framing.h"
+
 namespace instrument {
 
 bool BeginsWith(std::span<const std::uint8_t> bytes, const Bytes& prefix)
@@ -13,9 +15,7 @@ namespace {
 
 bool Fits(const Fault& fault, Request kind, std::span<const std::uint8_t> request)
 {
-    const bool isKind = fault.match == Request::Any || fault.match == kind ||
-                        (fault.match == Request::Command && kind != Request::Stream);
-    return isKind && BeginsWith(request, fault.prefix);
+    return Matches(fault.match, kind) && BeginsWith(request, fault.prefix);
 }
 
 }  // namespace

@@ -20,10 +20,8 @@ struct Memory {
 };
 // Channel 3 also holds the 120 KiB image of the FPGA; the others fit the records they hold.
 constexpr Memory kMemories[] = {
-    {kMainChannel, 4 * kKib},
-    {kEcgChannel, 120 * kKib},
-    {kDcChannel, 16 * kKib},
-    {kModuleChannel, 32 * kKib},
+    {kMainChannel, 4 * kKib},    {kEcgChannel, 120 * kKib},     {kDcChannel, 16 * kKib},
+    {kModuleChannel, 32 * kKib}, {kMcuMemory, kMcuMemoryBytes},
 };
 
 }  // namespace
@@ -60,7 +58,8 @@ std::vector<std::uint8_t> Flash::Read(std::uint8_t channel, std::uint32_t addres
 
 void Flash::Write(std::uint8_t channel, std::uint32_t address, std::span<const std::uint8_t> data)
 {
-    if (!nor_) return Program(channel, address, data);
+    const bool onlyClears = nor_ || channel == kEcgChannel || channel == kMcuMemory;
+    if (!onlyClears) return Program(channel, address, data);
     std::vector<std::uint8_t> bytes = Read(channel, address, data.size());
     for (std::size_t i = 0; i < data.size(); ++i) bytes[i] &= data[i];
     Program(channel, address, bytes);
@@ -110,6 +109,7 @@ void Flash::Load(const std::string& image)
     std::size_t position = sizeof kImageHead - 1;
     if (image.compare(0, position, kImageHead) != 0) fail();
     for (auto& [channel, bytes] : memories_) {
+        if (channel == kMcuMemory && position == image.size()) return;
         const std::string head = fmt::format("channel {} bytes {}\n", channel, bytes.size());
         if (image.compare(position, head.size(), head) != 0) fail();
         position += head.size();

@@ -1,4 +1,4 @@
-// The instrument's flash: four memories of 1024-byte sectors that erase to 0xFF.
+// The instrument's flash: memories of 1024-byte sectors that erase to 0xFF.
 //
 // Takes no lock; its owner does.
 #pragma once
@@ -17,9 +17,14 @@ constexpr std::uint8_t kDcChannel = 18;
 constexpr std::uint8_t kModuleChannel = 19;
 constexpr std::uint32_t kSectorBytes = 1024;
 
+// The program memory of the MCU. It is no storage channel and has commands of its own.
+constexpr std::uint8_t kMcuMemory = 0xB9;
+constexpr std::size_t kMcuMemoryBytes = 512 * 1024;
+
 class Flash {
 public:
-    // With `nor` a write can only clear bits; without it a write replaces them.
+    // In the memories of the images, and with `nor` in all, a write can only clear bits; in the
+    // others it replaces them.
     explicit Flash(bool nor);
 
     // 0 for a channel that does not exist.
@@ -40,7 +45,8 @@ public:
     std::uint64_t DcGeneration() const { return dcGeneration_; }  // of the DC calibration alone
     std::uint64_t ModuleGeneration() const { return moduleGeneration_; }  // of the module's alone
 
-    // One image of all memories. Load throws std::runtime_error when `image` is not such an image.
+    // One image of all memories. Load throws std::runtime_error when `image` is not such an image;
+    // one without the MCU's memory leaves that as it is.
     std::string Save() const;
     void Load(const std::string& image);
 

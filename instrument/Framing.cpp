@@ -28,10 +28,11 @@ constexpr Form kForms[] = {
     {Request::FirmwareInfo, 2, 2, {0xAA, 0x03}},
     {Request::BoardVersions, 3, 3, {0xB8, 0x00, 0x01}},
     {Request::BoardVersions, 3, 3, {0xB9, 0x00, 0x01}},
-    {Request::Firmware, 5, 4, {0xB9, 0xFF, 0x00, 0x00}},
-    {Request::Firmware, 64, 3, {0xB9, 0xFF, 0x02}},
-    {Request::Firmware, 64, 3, {0xB9, kAny, 0x03}},
-    {Request::Firmware, 1, 1, {0xDD}},
+    {Request::ControlMode, 5, 4, {0xB9, 0xFF, 0x00, 0x00}},
+    {Request::McuErase, 64, 3, {0xB9, 0xFF, 0x02}},
+    {Request::McuWrite, 64, 3, {0xB9, 0xFF, 0x03}},
+    {Request::McuRead, 64, 3, {0xB9, 0x00, 0x03}},
+    {Request::Restart, 1, 1, {0xDD}},
     {Request::UsbVoltage, 3, 3, {0xCC, 0x00, 'B'}},
     {Request::ModuleRead, 4, 4, {0xCC, 0x00, 0x0D, 0x00}},
     {Request::BaselineRead, 4, 4, {0xCC, 0x00, 0x0E, 0x00}},
@@ -108,6 +109,16 @@ Classified Classify(std::span<const std::uint8_t> bytes)
     return {};
 }
 
+bool Matches(Request wanted, Request kind)
+{
+    switch (wanted) {
+        case Request::Any: return true;
+        case Request::Command: return kind != Request::Stream;
+        case Request::Firmware: return kind >= Request::Restart && kind <= Request::McuRead;
+        default: return kind == wanted;
+    }
+}
+
 std::string ReasonAgainst(std::span<const std::uint8_t> bytes)
 {
     std::string lengths;
@@ -178,7 +189,12 @@ const char* NameOf(Request kind)
         case Request::ModuleRead: return "respiration module read";
         case Request::BaselineWrite: return "respiration baseline write";
         case Request::BaselineRead: return "respiration baseline read";
-        case Request::Firmware: return "firmware update";
+        case Request::Firmware: return "any firmware request";
+        case Request::Restart: return "restart";
+        case Request::ControlMode: return "MCU control mode";
+        case Request::McuErase: return "MCU erase";
+        case Request::McuWrite: return "MCU write";
+        case Request::McuRead: return "MCU read";
         case Request::Unknown: return "unknown request";
     }
     return "unknown request";

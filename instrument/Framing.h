@@ -28,6 +28,9 @@ struct Classified {
 // `bytes` is not empty.
 Classified Classify(std::span<const std::uint8_t> bytes);
 
+// Whether `kind` is one of those that `wanted` stands for.
+bool Matches(Request wanted, Request kind);
+
 // Why `bytes`, which Classify found Bad or which stayed Partial, is no request.
 std::string ReasonAgainst(std::span<const std::uint8_t> bytes);
 

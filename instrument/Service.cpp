@@ -25,6 +25,9 @@ constexpr Milliseconds kPacketPatience{1000};
 constexpr Milliseconds kHangUpPause{2};
 constexpr Milliseconds kHangUpPatience{500};
 
+// Until it is tried again to come back when something else has taken the node.
+constexpr Milliseconds kReturnPause{100};
+
 constexpr unsigned kLongestBurst = 256;  // photodiode frames between two looks at the port
 // Frames that wait for room in the port: more than what a hold-up of this thread lets come due.
 constexpr std::ptrdiff_t kFrameBuffer = 2048;
@@ -44,6 +47,7 @@ SimulatedInstrument::CService::CService(const Options& options)
       receiver(options, device.flash),
       terminal(options.port),
       pace(options.pace),
+      restart(options.restart),
       options_(options),
       wantsSamples_(static_cast<bool>(options.onSamples)),
       input_(kInputBytes),
@@ -129,6 +133,7 @@ void SimulatedInstrument::CService::Run()
         SendDue(now);
         SendSamplingFrames(now);
         CheckHangUp(now);
+        CheckReturn(now);
         if (waiters_ > 0) changed_.notify_all();
     }
     terminal.Close();
@@ -175,6 +180,7 @@ std::optional<Clock::time_point> SimulatedInstrument::CService::NextDeadline() c
     consider(partialUntil_);
     consider(sampler.Due());
     if (hangUp_) consider(hangUp_->next);
+    consider(returnAt_);
     if (!isBlocked_) {
         for (const Outgoing& outgoing : outbox_) consider(outgoing.due);
     }
@@ -189,17 +195,24 @@ void SimulatedInstrument::CService::ServeOwner()
     if (!plugged) return Disconnect();
     if (terminal.IsOpen()) return;
     try {
-        terminal.Open();
-        device.PowerUp();
-        receiver.AllowResume();
+        Connect();
     } catch (const std::exception& error) {
         plugError_ = error.what();
     }
 }
 
+void SimulatedInstrument::CService::Connect()
+{
+    returnAt_.reset();
+    terminal.Open();
+    device.PowerUp();
+    receiver.AllowResume();
+}
+
 void SimulatedInstrument::CService::Disconnect()
 {
     terminal.Close();
+    returnAt_.reset();
     for (const Outgoing& outgoing : outbox_) Complete(outgoing.exchange);
     outbox_.clear();
     isBlocked_ = false;
@@ -258,8 +271,30 @@ void SimulatedInstrument::CService::CheckPartial(Clock::time_point now)
 void SimulatedInstrument::CService::CheckHangUp(Clock::time_point now)
 {
     if (!hangUp_ || now < hangUp_->next) return;
-    if (terminal.Unread() == 0 || now >= hangUp_->latest) return Disconnect();
-    hangUp_->next = now + Milliseconds(1);
+    if (terminal.Unread() > 0 && now < hangUp_->latest) {
+        hangUp_->next = now + Milliseconds(1);
+        return;
+    }
+    const bool comesBack = hangUp_->comesBack;
+    Disconnect();
+    if (comesBack) returnAt_ = now + restart.away;
+}
+
+void SimulatedInstrument::CService::CheckReturn(Clock::time_point now)
+{
+    if (!returnAt_ || now < *returnAt_) return;
+    try {
+        Connect();
+        ++restarts;
+    } catch (const std::exception&) {
+        returnAt_ = now + kReturnPause;
+    }
+}
+
+void SimulatedInstrument::CService::BeginHangUp(const Outgoing& outgoing)
+{
+    const Clock::time_point now = Clock::now();
+    hangUp_ = HangUp{now + kHangUpPause, now + kHangUpPatience, outgoing.comesBack};
 }
 
 std::ptrdiff_t SimulatedInstrument::CService::WaitingSamplingFrames() const
@@ -294,7 +329,7 @@ void SimulatedInstrument::CService::Finish(const Outgoing& outgoing)
     const Clock::time_point now = Clock::now();
     if (outgoing.isStream) receiver.Replied(now);
     if (outgoing.isSampling) ++sampling.frames;
-    if (outgoing.hangUpAfter) hangUp_ = HangUp{now + kHangUpPause, now + kHangUpPatience};
+    if (outgoing.hangUpAfter) BeginHangUp(outgoing);
     if (!outgoing.exchange) return;
     outgoing.exchange->reply = outgoing.bytes;
     outgoing.exchange->replied = now;

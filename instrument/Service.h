@@ -56,6 +56,8 @@ public:
     SamplingFrames sampler;
     SamplingStatistics sampling;
     Pace pace;
+    RestartBehaviour restart;
+    unsigned restarts = 0;  // from which it came back
     std::deque<std::shared_ptr<Exchange>> exchanges;
     std::vector<Refusal> refusals;
     std::size_t refusalCount = 0;
@@ -71,12 +73,14 @@ private:
         bool isStream = false;
         bool isSampling = false;  // a photodiode frame that came by itself
         bool hangUpAfter = false;
+        bool comesBack = false;              // by itself, after that hang-up
         std::shared_ptr<Exchange> exchange;  // null when it is not recorded
     };
     // The port hangs up when the host has read what was written, or does not read it.
     struct HangUp {
         Clock::time_point next;
         Clock::time_point latest;
+        bool comesBack;
     };
 
     // What the service thread waits for, while others may change it.
@@ -99,6 +103,9 @@ private:
     void CheckHangUp(Clock::time_point now);
     void SendSamplingFrames(Clock::time_point now);
     std::ptrdiff_t WaitingSamplingFrames() const;
+    void BeginHangUp(const Outgoing& outgoing);
+    void CheckReturn(Clock::time_point now);
+    void Connect();
     void Disconnect();
 
     // ServiceRequests.cpp
@@ -139,6 +146,7 @@ private:
     std::deque<Outgoing> outbox_;
     bool isBlocked_ = false;  // the terminal takes no more bytes for now
     std::optional<HangUp> hangUp_;
+    std::optional<Clock::time_point> returnAt_;  // away for a restart until then
     Pace runPace_;
     std::uint64_t dcGeneration_;
     std::uint64_t moduleGeneration_;

@@ -38,10 +38,16 @@ void SimulatedInstrument::CService::Handle(Request kind, ByteView request)
     const auto& bytes = answer.reply.bytes;
     outgoing.bytes.assign(bytes.begin(), bytes.begin() + answer.reply.size);
     if (exact != nullptr) outgoing.bytes = *exact;
+    outgoing.hangUpAfter = answer.restarts;
+    outgoing.comesBack = restart.comesBack;
 
     const bool isAnswered = !fault || Misbehave(*fault, answer.reply, outgoing);
-    if (isAnswered && !outgoing.bytes.empty()) Send(std::move(outgoing));
-    else Complete(outgoing.exchange);
+    if (isAnswered && !outgoing.bytes.empty()) {
+        Send(std::move(outgoing));
+    } else {
+        if (outgoing.hangUpAfter) BeginHangUp(outgoing);
+        Complete(outgoing.exchange);
+    }
     if (kind == Request::Stream && answer.refusal.empty()) AfterPacket(request);
 }
 
@@ -146,6 +152,11 @@ bool SimulatedInstrument::CService::Misbehave(const Fault& fault, const Reply& r
             else
                 for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(~byte);
             break;
+        case FaultKind::ChangedByte:
+            if (fault.bytes >= bytes.size()) break;
+            bytes[fault.bytes] =
+                fault.data.empty() ? static_cast<std::uint8_t>(~bytes[fault.bytes]) : fault.data[0];
+            break;
         case FaultKind::Unsolicited: {
             Outgoing stray;
             stray.due = arrived_;
@@ -154,11 +165,11 @@ bool SimulatedInstrument::CService::Misbehave(const Fault& fault, const Reply& r
             Send(std::move(stray));
             break;
         }
-        case FaultKind::HangUpDuring:
-            bytes.resize(bytes.size() / 2);
+        case FaultKind::HangUpDuring: bytes.resize(bytes.size() / 2); [[fallthrough]];
+        case FaultKind::HangUpAfter:
             outgoing.hangUpAfter = true;
+            outgoing.comesBack = false;
             break;
-        case FaultKind::HangUpAfter: outgoing.hangUpAfter = true; break;
         case FaultKind::HangUpBefore: break;
     }
     return true;

@@ -4,6 +4,7 @@
 #include <bit>
 #include <stdexcept>
 
+#include "instrument/Images.h"
 #include "instrument/Service.h"
 
 namespace instrument {
@@ -82,7 +83,7 @@ std::vector<Exchange> SimulatedInstrument::Exchanges(Request kind) const
     return service_->Locked([&] {
         std::vector<Exchange> result;
         for (const auto& exchange : service_->exchanges) {
-            if (kind == Request::Any || exchange->kind == kind) result.push_back(*exchange);
+            if (Matches(kind, exchange->kind)) result.push_back(*exchange);
         }
         return result;
     });
@@ -109,9 +110,8 @@ bool SimulatedInstrument::WaitForExchange(Request kind, std::size_t count,
     return service_->WaitUntilTrue(timeout, [&] {
         const auto& exchanges = service_->exchanges;
         const auto found =
-            std::count_if(exchanges.begin(), exchanges.end(), [&](const auto& exchange) {
-                return kind == Request::Any || exchange->kind == kind;
-            });
+            std::count_if(exchanges.begin(), exchanges.end(),
+                          [&](const auto& exchange) { return Matches(kind, exchange->kind); });
         return static_cast<std::size_t>(found) >= count;
     });
 }
@@ -296,6 +296,35 @@ std::string SimulatedInstrument::SaveFlash() const
 std::uint64_t SimulatedInstrument::FlashGeneration() const
 {
     return service_->Locked([this] { return service_->device.flash.Generation(); });
+}
+
+void SimulatedInstrument::HoldImage(Image image, const Bytes& bytes)
+{
+    service_->Locked([&] { instrument::HoldImage(service_->device.flash, image, bytes); });
+}
+
+Bytes SimulatedInstrument::HeldImage(Image image, std::size_t bytes) const
+{
+    return ReadFlash(image == Image::Fpga ? kEcgChannel : kMcuMemory, 0, bytes);
+}
+
+FirmwareState SimulatedInstrument::Firmware() const
+{
+    return service_->Locked([this] {
+        FirmwareState state = service_->device.Firmware();
+        state.restarts = service_->restarts;
+        return state;
+    });
+}
+
+void SimulatedInstrument::SetRestart(const RestartBehaviour& behaviour)
+{
+    service_->Locked([&] { service_->restart = behaviour; });
+}
+
+bool SimulatedInstrument::WaitForRestarts(unsigned count, Milliseconds timeout) const
+{
+    return service_->WaitUntilTrue(timeout, [&] { return service_->restarts >= count; });
 }
 
 void SimulatedInstrument::Inject(const Fault& fault)

@@ -73,7 +73,12 @@ enum class Request {
     ModuleRead,
     BaselineWrite,
     BaselineRead,
-    Firmware,  // image updates; refused
+    Firmware,  // matches the five below (never reported)
+    Restart,   // after it the images that are held run
+    ControlMode,
+    McuErase,
+    McuWrite,
+    McuRead,
     Unknown,
 };
 const char* NameOf(Request kind);
@@ -252,10 +257,11 @@ enum class FaultKind {
     LateReply,         // `delay` later
     WrongAcknowledge,  // the mark becomes data[0], or 0 without data
     WrongBytes,        // `data` instead of the reply; without data every byte inverted
+    ChangedByte,       // byte `bytes` of the reply becomes data[0], or is inverted without data
     Unsolicited,       // `data` (or a sampling block) before the reply
     HangUpBefore,      // unplugged when the request has arrived; it has no effect
     HangUpDuring,      // unplugged after half of the reply
-    HangUpAfter,       // unplugged after the reply
+    HangUpAfter,       // unplugged after the reply; after a restart it does not come back
 };
 
 struct Fault {
@@ -267,6 +273,31 @@ struct Fault {
     std::size_t bytes = 0;
     Milliseconds delay{0};
     Bytes data;
+};
+
+// What a host can replace.
+enum class Image { Fpga, Mcu };
+
+struct ImageState {
+    std::array<std::uint8_t, 4> tag{};
+    std::array<std::uint8_t, 4> version{};
+    bool isAccepted = false;  // by its tag: "VRAX", or at least one letter of "2TF2" in its place
+};
+
+struct FirmwareState {
+    ImageState runningFpga;  // held when power came on or at the last restart
+    ImageState runningMcu;
+    ImageState heldFpga;  // in the flash: what the next restart runs
+    ImageState heldMcu;
+    bool updateMode = false;    // of the MCU; also after a start without an accepted program
+    unsigned restarts = 0;      // from which the instrument came back
+    unsigned spoiltWrites = 0;  // write frames into cells that were not erased and now hold a mix
+};
+
+// What a host sees of a restart: the node goes with the reply and comes back.
+struct RestartBehaviour {
+    Milliseconds away{300};
+    bool comesBack = true;  // false: not before Plug()
 };
 
 struct Options {
@@ -282,7 +313,9 @@ struct Options {
     // What the identification answers, when that is not what stands in the main record.
     std::optional<unsigned> identifiedNumber;
     std::array<std::uint8_t, 2> hardware{1, 4};
-    std::array<std::uint8_t, 4> firmware{2, 1, 0, 7};
+    std::array<std::uint8_t, 4> firmware{2, 1, 0, 7};  // also the version of the MCU image
+    std::array<std::uint8_t, 4> fpgaVersion{1, 2, 0, 3};
+    RestartBehaviour restart;
 
     // The accessory (flash channel 19): a PPG module, the external respiration module, or nothing.
     std::optional<unsigned> ppgModel;  // full model number, for example 0x3407
@@ -299,7 +332,8 @@ struct Options {
     double ppgAcMaxMv = 30;    // 0x3407 has ranges of its own instead
 
     Measurements measurements;
-    bool nor = false;               // a flash write can only clear bits
+    // A flash write can only clear bits in every memory, not only in those of the images.
+    bool nor = false;
     std::uint8_t noModuleMark = 0;  // where 0xFF would acknowledge, when no module is there
     SamplingStream sampling;
     std::string initialFlash;       // what SaveFlash wrote; empty = freshly made
@@ -384,6 +418,15 @@ public:
     void ProgramDcTable(const DcWords& words);  // flash channel 18, as a calibrated unit has it
     std::string SaveFlash() const;              // for Options::initialFlash
     std::uint64_t FlashGeneration() const;      // rises with every write and erase
+
+    // The programs. What is held runs after the next restart; an FPGA image has 122880 bytes, of
+    // which the board's records in 102400 to 116735 are no part. Throws std::out_of_range when the
+    // length of `bytes` cannot be held.
+    void HoldImage(Image image, const Bytes& bytes);
+    Bytes HeldImage(Image image, std::size_t bytes) const;  // the first ones; the records included
+    FirmwareState Firmware() const;
+    void SetRestart(const RestartBehaviour& behaviour);  // from the next restart on
+    bool WaitForRestarts(unsigned count, Milliseconds timeout = kGenerousTimeout) const;
 
     // Misbehaviour. Faults are tried in the order in which they were injected; one hits a request.
     void Inject(const Fault& fault);

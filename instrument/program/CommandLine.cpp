@@ -74,6 +74,7 @@ struct Texts {
     std::string firmware;
     std::string ppg;
     std::string pace = "real";
+    unsigned restartMs = 0;
 };
 
 void AddOptions(CLI::App& app, CommandLine& line, Texts& texts)
@@ -94,7 +95,12 @@ void AddOptions(CLI::App& app, CommandLine& line, Texts& texts)
     app.add_option("--sampling-loss", line.options.sampling.loseEvery,
                    "every so many photodiode frames one is lost; 0 loses none");
     app.add_option("--flash", line.flashPath, "keep the flash in this file between runs");
-    app.add_flag("--nor", line.options.nor, "a flash write can only clear bits");
+    app.add_flag("--nor", line.options.nor, "a flash write can only clear bits in every memory");
+    texts.restartMs = static_cast<unsigned>(line.options.restart.away.count());
+    app.add_option("--restart", texts.restartMs,
+                   "milliseconds that the node is away after a restart")
+        ->check(CLI::Range(0, 600000))
+        ->capture_default_str();
     app.add_option("--pace", texts.pace, "how packets are answered")
         ->check(CLI::IsMember({"real", "fast"}))
         ->capture_default_str();
@@ -119,6 +125,7 @@ void TakeTexts(CommandLine& line, const Texts& texts)
     line.options.overwriteRecords =
         !texts.serial.empty() || !texts.firmware.empty() || !texts.ppg.empty();
     line.options.pace = texts.pace == "real" ? Pace::RealTime : Pace::Fast;
+    line.options.restart.away = Milliseconds(texts.restartMs);
     if (line.none && line.command.empty()) {
         throw CLI::ValidationError("--none", "needs -- COMMAND");
     }

@@ -138,19 +138,11 @@ TEST(Flash, NorCanOnlyClearBits)
     options.nor = true;
     SimulatedInstrument instrument(options);
     const HostPort host;
-    host.Ask(FlashFrame(true, 3, 102400, 1, {0xF0}));
-    host.Ask(FlashFrame(true, 3, 102400, 1, {0x3C}));
-    EXPECT_EQ(instrument.ReadFlash(3, 102400, 1), Bytes{0x30});
-    host.Ask(EraseFrame(3, 102400));
-    EXPECT_EQ(instrument.ReadFlash(3, 102400, 1), Bytes{0xFF});
-}
-
-TEST(Flash, ImageFramesOfTheEcgBoardCarryFortyEightBytes)
-{
-    SimulatedInstrument instrument;
-    const HostPort host;
-    EXPECT_EQ(host.Ask(FlashFrame(true, 3, 0, 48, Bytes(48, 0x5A)))[4], 0xFF);
-    EXPECT_EQ(host.Ask(FlashFrame(false, 3, 0, 48))[63], 0x5A);
+    host.Ask(FlashFrame(true, 18, 1024, 1, {0xF0}));
+    host.Ask(FlashFrame(true, 18, 1024, 1, {0x3C}));
+    EXPECT_EQ(instrument.ReadFlash(18, 1024, 1), Bytes{0x30});
+    host.Ask(EraseFrame(18, 1024));
+    EXPECT_EQ(instrument.ReadFlash(18, 1024, 1), Bytes{0xFF});
 }
 
 TEST(Flash, BadFramesAreRefused)
@@ -361,7 +353,7 @@ TEST(Refusals, WrongLengthsAndUnknownCommandsGetNoAnswer)
     const HostPort host;
     for (const Bytes& request :
          {Bytes{0xAA, 0x02, 0x00}, Bytes{0x55, 0x00}, Bytes{0x77, 1, 2}, Bytes{0xAA, 0x04},
-          Padded({0xEA, 0xFF, 0x01}, 30), Padded({0x12, 0x55, 0xAA, 0x00}, 63), Bytes{0xDD}}) {
+          Padded({0xEA, 0xFF, 0x01}, 30), Padded({0x12, 0x55, 0xAA, 0x00}, 63)}) {
         instrument.ClearRefusals();
         ASSERT_TRUE(host.Write(request));
         EXPECT_TRUE(host.IsSilent());

@@ -98,6 +98,7 @@ TEST(Program, RefusesWhatItDoesNotKnow)
     EXPECT_EQ(Launch("--ppg 3407 --respiration -- true").status, 2);
     EXPECT_EQ(Launch("--sampling -1 -- true").status, 2);
     EXPECT_EQ(Launch("--sampling-loss x -- true").status, 2);
+    EXPECT_EQ(Launch("--restart -1 -- true").status, 2);
     EXPECT_EQ(Launch("--none").status, 2);
     EXPECT_EQ(Launch("--").status, 2);
     EXPECT_EQ(Launch("--help").status, 0);
@@ -218,6 +219,19 @@ TEST(Program, TakesControlLinesFromAFifo)
     EXPECT_TRUE(Has(outcome.text, "unplug: done")) << outcome.text;
     EXPECT_TRUE(Has(outcome.text, "0\n")) << outcome.text;
     EXPECT_FALSE(std::filesystem::exists(fifo.path));
+}
+
+TEST(Program, RestartsAndComesBack)
+{
+    const Outcome outcome =
+        Launch("--restart 1000 --strict --summary -- sh -c \"" + Ask("\\335", 64) +
+               "exec 3>&-; while [ -h /dev/ttyACM0 ]; do sleep 0.02; done; "
+               "until [ -h /dev/ttyACM0 ]; do sleep 0.02; done; " +
+               Ask("\\125\\0\\0", 12) + "\"");
+    EXPECT_EQ(outcome.status, 0) << outcome.text;
+    EXPECT_TRUE(Has(outcome.text, " dd 00 00 ff")) << outcome.text;
+    EXPECT_TRUE(Has(outcome.text, "54 56 52 50")) << outcome.text;
+    EXPECT_TRUE(Has(outcome.text, "restarts=1")) << outcome.text;
 }
 
 TEST(Program, ServesWithoutACommandUntilItIsStopped)
