@@ -13,6 +13,8 @@
 #include "ppg/Channels.h"
 #include "sources/RawArray.h"
 #include "storage/Calibration.h"
+#include "storage/Firmware.h"
+#include "storage/McuProgram.h"
 #include "streaming/Playback.h"
 
 // The destructors of critical sections and manual-reset events do nothing; auto-reset events would
@@ -49,6 +51,7 @@ Shared<int> g_nPortNumber = -1;
 Shared<bool> g_bPortAdopted = false;
 
 Shared<int> g_bConnected = 0;
+Shared<bool> s_bPortHeld = false;
 Shared<bool> s_ECGGoing = false;
 Shared<bool> g_PPG_PDSamplingRunning = false;
 Shared<int> s_nRepliesPending = 0;
@@ -94,6 +97,8 @@ public:
         FreeRawArrays();
         for (int led = 0; led < kPPGChannels; ++led) _ClearPPGData(led);
         FreeCalibrationCache();
+        FreeFirmwareImage();
+        FreeMcuImage();
     }
 
 private:

@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 #include <limits>
-#include <memory>
 #include <new>
 
 #include "api/Setters.h"
@@ -10,6 +9,7 @@
 #include "sources/EcgBinary.h"
 #include "sources/EcgText.h"
 #include "sources/RawArray.h"
+#include "sources/SampleBuffer.h"
 #include "sources/Wfdb.h"
 #include "sources/edfFile.h"
 #include "streaming/Change.h"
@@ -22,11 +22,6 @@ constexpr int kNoSuchChannel = -3;
 constexpr int kNothingLoaded = -4;
 constexpr int kRateOutOfRange = -5;
 constexpr double kMvPerMicrovolt = 0.001;
-
-struct Freer {
-    void operator()(void* memory) const { std::free(memory); }
-};
-using FloatArray = std::unique_ptr<float[], Freer>;
 
 // What a loader gives, or its code where there is no memory: nothing is thrown to the application.
 template <class Loader>
@@ -70,7 +65,7 @@ int LoadEdf(const char* path, int channel)
     if (channel < 0 || channel > header.numberOfSignals) return kNoSuchChannel;
     float* values = nullptr;
     const int count = file.retrieveSignalSampleValues(channel, values);
-    const FloatArray microvolts(values);
+    const MallocArray<float> microvolts(values);
     if (count < 0 && count != EdfFile::kNoMemory) return kNoSuchChannel;
 
     EmptyRawArray();

@@ -37,6 +37,14 @@ void LoadFactorySettingMCU()
     g_FactorySettingMCU.Store(setting);
 }
 
+// A run that outlived the last connection goes on with its own relays and pacing.
+void RestoreRun()
+{
+    if (!IsRunGoing()) return;
+    SetRelays(true);
+    SetPacing();
+}
+
 // Everything that a connected instrument needs, in this order.
 void ConnectedPostProcessing()
 {
@@ -51,11 +59,20 @@ void ConnectedPostProcessing()
         LoadFactorySettingMCU();
     }
     EnableDynamicLEDStrength(false);
-    // A run that outlived the last connection goes on with its own relays and pacing.
-    if (IsRunGoing()) {
-        SetRelays(true);
-        SetPacing();
-    }
+    RestoreRun();
+}
+
+void Restarted()
+{
+    CApiLock lock;
+    EnableDynamicLEDStrength(false);
+    RestoreRun();
+}
+
+// Between two frames of a burn there is no place for photodiode frames.
+void EndSampling()
+{
+    if (g_PPG_PDSamplingRunning) VRAXStopPPGSampling();
 }
 
 void StopSampling() { _StopPPGAD(); }
@@ -68,7 +85,8 @@ void WireRooms()
     SetDeviceProbe(IsTargetDevice);
     SetProbeCommands({StopSampling, ClearPPGFactorySettings, SwitchDynamicLightOff,
                       ReadMainModelRecord, ReadModuleModelRecord});
-    SetConnectionSteps({Opened, ConnectedPostProcessing, ResumeRun, HoldRun, ForgetDevice});
+    SetConnectionSteps({Opened, ConnectedPostProcessing, ResumeRun, HoldRun, ForgetDevice,
+                        EndSampling, Restarted});
     SetChangeHandler(ApplyPendingChange);
     SetRunSteps({_UpdateFreqScanIfRequired, PlayPostProcessing});
     SetWaveformEndHandler(EndWaveform);
@@ -94,6 +112,7 @@ bool VRAXConnect(int port, unsigned timeoutMs)
 void VRAXFree(void)
 {
     VRAXSetOutputFunction(OUTPUT_OFF);
+    CPortHold::WaitForEnd();  // a burn finds the instrument again before the search is stopped
     {
         const CReleaseWaitingCommands release;
         CApiLock lock;

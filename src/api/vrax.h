@@ -145,9 +145,9 @@ VRAX_API bool VRAXConnect(int port, unsigned timeoutMs);
  * Ends the connection: output off, threads stopped, port closed and its lock file removed,
  * parameters reset as by VRAXReset().
  *
- * Waits for the stop packet of a running signal and for the connect thread, which first finishes
- * the probe of a port, or the preparation of an instrument that it has just found (up to a few
- * seconds with a PPG module). Calls that wait for the instrument are released first. Harmless
+ * Waits for the stop packet of a running signal, for a burn and for the connect thread, which first
+ * finishes the probe of a port, or the preparation of an instrument that it has just found (up to a
+ * few seconds with a PPG module). Calls that wait for the instrument are released first. Harmless
  * without a connection and when called again; a later VRAXInit() or VRAXConnect() starts anew. A
  * connected listener is told false while the call waits. Without a listener the port is closed
  * before the parameters are reset: those that need one then stay.
@@ -224,12 +224,12 @@ VRAX_CHECK_SIZE(MODEL_INFORMATION, 24);
 
 /** Versions of a unit, as VRAXGetHWInformation() and VRAXGetPPGHWInformation() copy them. */
 typedef struct VRAXHardwareInformation {
-    uint32_t firmwareMajor;
-    uint32_t firmwareMinor;
-    uint32_t firmwareBuild;
-    uint32_t firmwareRevision;
-    uint32_t hardwareMajor;
-    uint32_t hardwareMinor;
+    uint32_t firmwareMajor;    /**< firmware version, first number */
+    uint32_t firmwareMinor;    /**< second number */
+    uint32_t firmwareBuild;    /**< third number */
+    uint32_t firmwareRevision; /**< fourth number */
+    uint32_t hardwareMajor;    /**< hardware version, first number */
+    uint32_t hardwareMinor;    /**< second number */
 } VRAXHardwareInformation;
 VRAX_CHECK_SIZE(VRAXHardwareInformation, 24);
 
@@ -402,8 +402,9 @@ VRAX_API bool VRAXWriteMfgInfo(const void* buffer, int length);
 VRAX_API void VRAXGetDeviceFeature(void* feature);
 
 /**
- * Switches the signal strength detection of the PPG module on or off.
+ * Switches the signal strength detection of the PPG module.
  *
+ * @param enable  true on, false off
  * @retval true   acknowledged
  * @retval false  no port is open or the instrument did not acknowledge
  */
@@ -554,6 +555,164 @@ VRAX_API size_t GetPPGDCTable(int row, void* buffer, size_t n);
 /** @} */
 
 /**
+ * @defgroup firmware Firmware
+ * Replacing the two programs of the instrument: the FPGA image and the program of the MCU.
+ *
+ * An image is loaded from a file, which checks it, and then burnt in three passes: erase, write,
+ * verify. After that the instrument restarts, and the library finds it again. A burn runs on the
+ * thread of its caller and returns at its end; a callback tells how far it is and can cancel it.
+ *
+ * ### Image files
+ *
+ * A raw binary image. At byte 118772 four letters tell which program it is, and the four bytes
+ * behind them are its version. The loaded image stays in memory, after a burn too, so that one that
+ * failed can be repeated; a burn takes the image that was loaded when it was called.
+ *
+ * ### While an image is burnt
+ *
+ * - The connection stays: the burn itself closes, searches and opens the port, and sets the relays
+ *   of the instrument. The listener hears nothing, unless the instrument is not found again, or was
+ *   unplugged: then it is told false when the burn is over, and true as soon as it is back.
+ * - A signal that plays stands still and goes on afterwards where it stood; switching it off works
+ *   all the same. Photodiode sampling is stopped, as by VRAXStopPPGSampling().
+ * - A second burn waits until the first is over. VRAXFree() waits as well, so that no half-written
+ *   program is left behind; called from the progress callback it does not wait, the burn goes on to
+ *   its restart, and then ends with -11.
+ * - Keep the instrument plugged in and supplied. An image that is not whole does not run.
+ *
+ * Nothing in this group is logged.
+ * @{
+ */
+
+/** How far a burn is: the first argument of its callback. */
+typedef enum BurnStage_E {
+    BURN_ERASE = 1,     /**< before each sector; the value is the percentage */
+    BURN_WRITE = 2,     /**< before each frame; the value is the percentage */
+    BURN_VERIFY = 3,    /**< before each frame; the value is the percentage */
+    BURN_RESTART = 4,   /**< the instrument is about to restart; the value is 99 */
+    BURN_RECONNECT = 5, /**< the instrument is about to be searched; the value is 100 */
+    BURN_FINISHED = 6   /**< 100, or a negative code */
+} BurnStage_E;
+
+/**
+ * Told how far a burn is, and asked whether it goes on.
+ *
+ * The percentage is 100 times the address in the image by the size of the image, rounded down; it
+ * begins anew with each stage and ends each with 100. The addresses 102400 to 116735 of the FPGA
+ * image are left out: they hold the instrument's calibration and manufacturing data.
+ *
+ * Runs on the thread that called the burn; for BurnFirmware() under the API and the interrupt lock,
+ * for BurnMcu() with no lock held. Every call may be made from it but a burn, which fails with -3;
+ * calls that talk to the instrument put their command between two frames. None of them waits for a
+ * thread of the library.
+ *
+ * @param stage  a #BurnStage_E
+ * @param value  the percentage or code of that stage
+ * @return  1 cancels the burn during the stages 1 to 3; everything else, and every answer during
+ *          the others, lets it go on
+ */
+typedef int (*VRAXBurnCallback)(int stage, int value);
+
+/**
+ * Loads an FPGA image for BurnFirmware() and tells its version.
+ *
+ * The file has at least 122880 bytes, of which the first 122880 are taken, and the letters "VRAX".
+ * Takes the interrupt lock, and waits for the free line as a command does. On failure an image that
+ * was loaded before stays loaded, and the version is not stored.
+ *
+ * @param      path      of the file
+ * @param[out] version1  first byte of the version, 0 to 255
+ * @param[out] version2  second byte
+ * @param[out] version3  third byte
+ * @param[out] version4  fourth byte
+ * @return  122880, the size of the image; or a negative code
+ * @retval -1  the file cannot be opened
+ * @retval -2  the size of the file cannot be read, or a pointer is null
+ * @retval -4  there is no memory for the image
+ * @retval -5  the file could not be read as far as it should go
+ * @retval -6  the file is too short, or the letters are others
+ */
+VRAX_API int LoadFirmwareFile(const char* path, int* version1, int* version2, int* version3,
+                              int* version4);
+
+/**
+ * Burns the loaded FPGA image into the instrument, restarts it and finds it again.
+ *
+ * Holds the API and the interrupt lock from the first frame to the end, so every other call waits.
+ * Erasing takes 106 frames of 40 ms, writing and verifying 2262 frames each, which is about ten
+ * seconds in all, and then up to half a minute until the instrument is found. A frame that fails
+ * while verifying is also printed on standard output.
+ *
+ * A cancel leaves the instrument running the program that it runs, with what was erased and written
+ * by then: repeat the burn before the instrument is switched off. A cancel at the first call leaves
+ * the flash untouched. The same holds after every failure before the restart.
+ *
+ * @param callback  told of every step; null: nobody is told, and nothing cancels the burn
+ * @retval  0   burnt, verified, restarted and connected again; told as 100
+ * @retval -1   cancelled, which is not told
+ * @retval -2   no image is loaded; nothing was touched
+ * @retval -3   no instrument is connected, or the call was made from a callback other than the
+ *              connection listener; nothing was touched
+ * @retval -5   a frame could not be sent; told as -5, while verifying as -7
+ * @retval -6   a frame was not answered in full; told as -6, while verifying as -8
+ * @retval -9   what was read back is not what was written
+ * @retval -10  the restart could not be sent
+ * @retval -11  the instrument was not found within ten attempts on all ports
+ */
+VRAX_API int BurnFirmware(VRAXBurnCallback callback);
+
+/**
+ * Loads a program of the MCU for BurnMcu() and tells its version.
+ *
+ * The file may have any size up to 2 GB. It is taken when at least one of its four letters is the
+ * one that "2TF2" has in that place. Bytes that a short file does not have count as 0. The program
+ * that was loaded before is dropped first, unless a pointer is null.
+ *
+ * @param      path      of the file
+ * @param[out] version1  first byte of the version, 0 to 255; untouched on failure
+ * @param[out] version2  second byte
+ * @param[out] version3  third byte
+ * @param[out] version4  fourth byte
+ * @return  the size of the file; or a negative code
+ * @retval -1  the file cannot be opened
+ * @retval -2  the size of the file cannot be read, or a pointer is null
+ * @retval -4  there is no memory for the image, or it has 2 GB or more
+ * @retval -5  the file could not be read to its end
+ * @retval -6  all four letters are others
+ */
+VRAX_API int LoadMcuFile(const char* path, int* version1, int* version2, int* version3,
+                         int* version4);
+
+/**
+ * Burns the loaded program into the MCU of the instrument, restarts it and finds it again.
+ *
+ * Takes the API and the interrupt lock for one frame at a time; other calls go in between. Erasing
+ * takes 100 ms for each 1024 bytes; it is followed by a frame for each 32 bytes written and each 52
+ * verified, and the restart takes 6 seconds before the instrument is searched: about half a minute
+ * for an image of 120 KB.
+ *
+ * Every burn that has put the MCU into update mode ends with a last callback (#BURN_FINISHED, 100),
+ * whatever its result, and after one that tells the result. A burn that fails or is cancelled first
+ * sends the MCU back to its application, which it cannot run once its program was erased: repeat
+ * the burn. A cancel at the first call leaves the program untouched.
+ *
+ * @param callback  told of every step; null: nobody is told, and nothing cancels the burn
+ * @retval  0   burnt, verified, restarted and connected again; told as 100
+ * @retval -1   cancelled
+ * @retval -2   no program is loaded; nothing was touched
+ * @retval -3   no instrument is connected, or the call was made from a callback other than the
+ *              connection listener; nothing was touched
+ * @retval -4   the MCU did not enter update mode; this is not told
+ * @retval -5   a frame could not be sent; told as -5, while verifying as -7
+ * @retval -6   a frame was not answered in full; told as -6, while verifying as -8
+ * @retval -9   what was read back is not what was written
+ * @retval -11  the instrument was not found within ten attempts on all ports
+ */
+VRAX_API int BurnMcu(VRAXBurnCallback callback);
+
+/** @} */
+
+/**
  * @defgroup output Output function
  * Which signal plays, on which leads, and how it is reset.
  * @{
@@ -623,7 +782,10 @@ VRAX_API int VRAXIsPlaying(void);
  */
 VRAX_API int VRAXSetOutputLead(int lead, bool on);
 
-/** @return  whether the lead is on; false for a number outside 0 to 31 */
+/**
+ * @param lead  0 to 31; a number outside gives false
+ * @return  whether the lead is on
+ */
 VRAX_API bool VRAXGetOutputLead(int lead);
 
 /**
@@ -1470,6 +1632,7 @@ VRAX_API int VRAXSetLeadOff(int mode);
  *
  * Logged as "VRAXMeasureRLD(true);".
  *
+ * @param on  true on, false off
  * @retval 1  acknowledged by the instrument
  * @retval 0  no instrument (nothing is logged then), or no acknowledgement
  */
@@ -1689,6 +1852,7 @@ VRAX_API int VRAXWriteRespirationBaselineDACTable(const unsigned short* codes);
  * The baseline code of an index, from the table of the external module. Takes no lock.
  *
  * @param index  0 to 11; below counts as 0, above as 11
+ * @return  the code; 0 until a table has been loaded
  */
 VRAX_API unsigned short ExtRespGetBaselineDAC(int index);
 
@@ -1773,6 +1937,7 @@ VRAX_CHECK_SIZE(PPG_WAVEFORM, 128);
  * @retval -4  frequency out of range
  * @retval -5  DC level out of range
  * @retval -6  AC amplitude out of range
+ * @retval -7  no memory; the old pulse stays
  */
 VRAX_API int SetPPGWaveform(int led, const PPG_WAVEFORM* wave);
 
@@ -1800,8 +1965,22 @@ VRAX_API int VRAXSetPPGStandardWaveform(int led, int waveform, int ledSync, int 
  * first multiplied by one factor that brings both into one range, which keeps the ratio of the two
  * channels' AC to DC parts.
  *
- * Not logged.
+ * Not logged. The parameters of either channel are those of VRAXSetPPGStandardWaveform().
  *
+ * @param led1        the first channel
+ * @param waveform1   its shape
+ * @param ledSync1    its trigger position
+ * @param invert1     whether it is inverted
+ * @param led2        the second channel
+ * @param waveform2   its shape
+ * @param ledSync2    its trigger position
+ * @param invert2     whether it is inverted
+ * @param frequency1  its hertz
+ * @param dc1         its DC level
+ * @param ac1         its AC amplitude
+ * @param frequency2  its hertz
+ * @param dc2         its DC level
+ * @param ac2         its AC amplitude
  * @return  the first channel's result when it is negative, and the second is left alone; otherwise
  *          the second's. As SetPPGWaveform().
  */
@@ -1829,6 +2008,7 @@ VRAX_API int VRAXSetPPGStandardWaveformEx(int led1, int waveform1, int ledSync1,
  * @retval -4  `dc` is null
  * @retval -5  `ac` is null
  * @retval -6  `sampleRate` is 0 or below
+ * @retval -7  no memory; the old pulse stays
  */
 VRAX_API int VRAXSetPPGRawData(int led, int ledSync, int invert, int count, const double* dc,
                                const double* ac, double sampleRate);
@@ -1963,6 +2143,7 @@ VRAX_API bool GetAutoTriggerLevelStatus(uint16_t* status);
  * Lets the module follow the strength of the light that it receives with its LEDs. A connection and
  * the end of an output switch it off.
  *
+ * @param on  true on, false off
  * @retval true   acknowledged
  * @retval false  no instrument or no acknowledgement
  */
@@ -2070,7 +2251,7 @@ typedef void (*VRAXPPGSamplingCallback)(int channel, int value, int status);
  * @retval  0  done
  * @retval -1  no instrument
  * @retval -2  no PPG module
- * @retval -3  a signal plays or sampling runs
+ * @retval -3  a signal plays, sampling runs, or an image is burnt
  */
 VRAX_API int VRAXEnablePPGSampling(int channel, VRAXPPGSamplingCallback callback);
 
@@ -2090,7 +2271,7 @@ VRAX_API int VRAXDisablePPGSampling(void);
  * @retval  0  running
  * @retval -1  no instrument
  * @retval -2  no PPG module
- * @retval -3  a signal plays or sampling runs
+ * @retval -3  a signal plays, sampling runs, or an image is burnt
  * @retval -4  VRAXEnablePPGSampling() is missing, or the instrument did not acknowledge
  */
 VRAX_API int VRAXStartPPGSampling(void);
@@ -2250,22 +2431,46 @@ typedef void (*VRAXBaselineResetCallback)(int test);
  */
 VRAX_API void VRAXRegisterOutputSignalCallback(VRAXOutputSignalCallback callback, int divider);
 
-/** Registers the callback that draws pacing pulses; null for none. */
+/**
+ * Registers the callback that draws pacing pulses.
+ *
+ * @param callback  null for none
+ */
 VRAX_API void VRAXRegisterPacingOutputSignalCallback(VRAXPacingOutputSignalCallback callback);
 
-/** Registers the frequency callback; null for none. */
+/**
+ * Registers the frequency callback.
+ *
+ * @param callback  null for none
+ */
 VRAX_API void VRAXRegisterSyncFrequencyCB(VRAXSyncFrequencyCallback callback);
 
-/** Registers the callback of the input dynamic range test; null for none. */
+/**
+ * Registers the callback of the input dynamic range test.
+ *
+ * @param callback  null for none
+ */
 VRAX_API void VRAXRegisterSyncDCOffsetCB(VRAXSyncDCOffsetCallback callback);
 
-/** Registers the main function callback; null for none. */
+/**
+ * Registers the main function callback.
+ *
+ * @param callback  null for none
+ */
 VRAX_API void VRAXRegisterSyncMainFunctionCB(VRAXSyncMainFunctionCallback callback);
 
-/** Registers the callback for the end of a waveform; null for none. Takes no lock. */
+/**
+ * Registers the callback for the end of a waveform. Takes no lock.
+ *
+ * @param callback  null for none
+ */
 VRAX_API void RegisterStandardWaveformCB(VRAXStandardWaveformCallback callback);
 
-/** Registers the callback of the baseline reset test; null for none. Takes no lock. */
+/**
+ * Registers the callback of the baseline reset test. Takes no lock.
+ *
+ * @param callback  null for none
+ */
 VRAX_API void RegisterBaselineResetCB(VRAXBaselineResetCallback callback);
 
 /** @} */

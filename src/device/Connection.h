@@ -18,13 +18,19 @@ struct ConnectionSteps {
     void (*opened)();
     // Everything that the instrument needs before it counts as connected.
     void (*prepare)();
-    // Connected, polling, the listener not told yet: a run that exists goes on. Under the interrupt
-    // lock.
+    // Connected, polling, the listener not told yet, or a burn is over: a run that exists goes on.
+    // Under the interrupt lock.
     void (*resume)();
-    // The port is closed: a run that exists stands still. Under the interrupt lock.
+    // The port is closed, or held by a burn: a run that exists stands still. Under the interrupt
+    // lock.
     void (*lost)();
     // Forget what was known of the instrument.
     void (*forget)();
+    // A call takes the port for itself: nothing is to come from the instrument unasked.
+    void (*silence)();
+    // After `opened`, in place of `prepare`: the same instrument has restarted. What was read from
+    // it is known, its switches are at rest.
+    void (*restarted)();
 };
 void SetConnectionSteps(const ConnectionSteps& steps);
 
@@ -34,6 +40,37 @@ bool DoInit(void (*callback)(bool connected));
 void StopConnectThread();
 // Waits for its end, unless the caller is that thread or in a callback of the library.
 void JoinConnectThread();
+
+// The port in the hands of one call that closes it, searches and opens it again: a burn. Meanwhile
+// the poll thread does not exist, a run stands still, the monitor is paused and the connect thread
+// leaves the port alone. Afterwards everything goes on, or the instrument counts as lost.
+//
+// One at a time: a second one waits. Not granted without a connected instrument, nor in a callback
+// of the library, which must not wait; the connection listener is none of these. Made without a
+// lock held.
+class CPortHold {
+public:
+    CPortHold();
+    ~CPortHold();
+    CPortHold(const CPortHold&) = delete;
+    CPortHold& operator=(const CPortHold&) = delete;
+
+    bool IsGranted() const { return granted_; }
+    // The instrument restarts.
+    void Close();
+    // Ten attempts on all ports, then what the instrument needs, another one all that a connection
+    // prepares.
+    bool Reopen();
+
+    // Until nobody holds the port. A callback does not wait.
+    static void WaitForEnd();
+
+private:
+    void Take();
+    void GiveBack();
+
+    bool granted_ = false;
+};
 
 void ConnectedHandler(bool connected);
 void NotifyListener(bool connected);

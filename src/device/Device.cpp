@@ -149,6 +149,8 @@ void StopDeviceSearch(bool stop)
     }
 }
 
+void PauseDeviceSearch(unsigned milliseconds) { s_stopSearch.WaitTimeout(milliseconds); }
+
 // Under the access lock, so that no thread reads or writes a descriptor number that meanwhile
 // belongs to a file of the application.
 void DeviceClose()

@@ -40,6 +40,8 @@ int FindDevice(int port);
 int DeviceConnect(int port, int attempts);
 // While set, a search ends as soon as it can.
 void StopDeviceSearch(bool stop);
+// Waits, unless the search is stopped.
+void PauseDeviceSearch(unsigned milliseconds);
 void DeviceClose();
 
 // The open port's node is still among /dev/ttyACM*, and the port has not hung up.

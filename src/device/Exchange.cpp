@@ -22,6 +22,7 @@ thread_local int t_interruptDepth = 0;
 thread_local int t_apiDepth = 0;
 thread_local int t_lineOwnerDepth = 0;
 thread_local int t_exchangeDepth = 0;
+thread_local int t_longCallDepth = 0;
 
 enum class LineState { kNotTaken, kGranted, kGivenUp };
 thread_local LineState t_line = LineState::kNotTaken;
@@ -48,7 +49,7 @@ void ForgetPendingReplies() REQUIRES(g_AccessCriticalSection)
 void QuietLine()
 {
     PausePollingThread();
-    usleep(kPauseUs);
+    if (!s_bPortHeld) usleep(kPauseUs);  // there is no poll thread otherwise
     // The reply to the last packet of a run that is ending, or to a command that got none in time,
     // and whatever came unasked, is not the reply to the command that follows.
     CAutoCriticalSection lock(g_AccessCriticalSection);
@@ -67,7 +68,7 @@ bool WaitForFreeLine(std::int64_t deadline)
     const std::int64_t sensorDeadline =
         MonotonicNs() + static_cast<std::int64_t>(kSensorWaitMs) * kNsPerMs;
     for (;;) {
-        if (g_bConnected == 0 || DeviceIsConnected() == 0) return false;
+        if (!IsInstrumentReady()) return false;
         if (IsLineBusy() && IsLineOffered()) {
             if (!s_ECGGoing) SettlePendingReplies();
             return true;
@@ -93,12 +94,22 @@ bool TakeLineForThisThread(unsigned limitMs)
         if (!s_ECGGoing) QuietLine();
         return true;
     }
-    if (g_bConnected != 0 && IsLineBusy()) {
+    if (IsInstrumentReady() && IsLineBusy()) {
         const std::int64_t limitNs = static_cast<std::int64_t>(limitMs) * kNsPerMs;
         return WaitForFreeLine(MonotonicNs() + limitNs);
     }
     QuietLine();
     return true;
+}
+
+// A reply that is shorter than a frame has nothing behind it; the rest of a frame is read away.
+bool IsWholeStrayFrame(const std::uint8_t* reply, unsigned count) REQUIRES(g_AccessCriticalSection)
+{
+    if (!IsStrayFrame(reply, count)) return false;
+    if (count >= kReplyBytes) return true;
+    std::uint8_t rest[kReplyBytes];
+    const unsigned missing = kReplyBytes - count;
+    return DeviceReadAvailable(rest, missing) == missing;
 }
 }  // namespace
 
@@ -110,7 +121,10 @@ unsigned ReadReply(std::uint8_t* reply, unsigned length, unsigned* came)
     for (;;) {
         const unsigned count = DeviceReadUntil(reply, length, deadline, came);
         if (t_sentSamplingCommand && IsSamplingAcknowledge(reply, count)) return count;
-        if (!KeepSamplingFrame(reply, count)) return count;
+        if (KeepSamplingFrame(reply, count)) continue;
+        if (count < length || t_sentSamplingCommand || !IsWholeStrayFrame(reply, count)) {
+            return count;
+        }
     }
 }
 
@@ -156,6 +170,27 @@ CApiLock::~CApiLock() NO_THREAD_SAFETY_ANALYSIS
 int CApiLock::CallsInside() { return s_callsInside.load(); }
 
 bool CApiLock::IsHeldByThisThread() { return t_apiDepth > 0; }
+
+CLongCall::CLongCall()
+{
+    s_callsInside.fetch_add(1);
+    ++t_longCallDepth;
+}
+
+CLongCall::~CLongCall()
+{
+    --t_longCallDepth;
+    s_callsInside.fetch_sub(1);
+}
+
+bool CLongCall::IsOnThisThread() { return t_longCallDepth > 0; }
+
+void CLongCall::LetOthersIn()
+{
+    constexpr int kOwnCall = 1;
+    if (CApiLock::IsHeldByThisThread()) return;
+    if (CApiLock::CallsInside() > kOwnCall) SleepMilliseconds(1);
+}
 
 CInterruptLock::CInterruptLock()
 {

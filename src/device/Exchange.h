@@ -39,7 +39,7 @@ public:
     CApiLock& operator=(const CApiLock&) = delete;
 
     static bool IsHeldByThisThread();
-    // How many calls hold the lock or wait for it.
+    // How many calls hold the lock, wait for it, or are long ones.
     static int CallsInside();
 
 private:
@@ -56,11 +56,25 @@ public:
     static bool IsHeldByThisThread();
 };
 
-// The calling thread is in a callback of the library, which runs under one of its locks: it must
-// not wait for a thread of the library, which may want that lock.
+// A call that takes the locks for each of its exchanges alone, and calls the application in between.
+class CLongCall {
+public:
+    CLongCall();
+    ~CLongCall();
+    CLongCall(const CLongCall&) = delete;
+    CLongCall& operator=(const CLongCall&) = delete;
+
+    static bool IsOnThisThread();
+    // Between two exchanges: a call of another thread that waits for the API lock comes first.
+    static void LetOthersIn();
+};
+
+// The calling thread is in a callback of the library, which runs under one of its locks or in the
+// middle of a long call: it must not wait for a thread of the library, which may wait for that.
 inline bool IsInsideLibrary()
 {
-    return CApiLock::IsHeldByThisThread() || CInterruptLock::IsHeldByThisThread();
+    return CApiLock::IsHeldByThisThread() || CInterruptLock::IsHeldByThisThread() ||
+           CLongCall::IsOnThisThread();
 }
 
 // The interrupt lock for the threads that feed the stream and the photodiode listeners: a command

@@ -9,6 +9,10 @@
 // 1 while an instrument is connected and prepared. Written by the connect thread.
 extern Shared<int> g_bConnected;
 
+// An image is burnt: the instrument stays connected, but a run stands still and nothing polls.
+// Written under the API and the interrupt lock.
+extern Shared<bool> s_bPortHeld;
+
 // A run is streaming. Set by every data packet sent, cleared by the stop path of streaming.
 extern Shared<bool> s_ECGGoing;
 
@@ -49,6 +53,8 @@ extern CManualResetEvent g_hStopReceiveEvent;
 // Tells commands that wait for the line to look whether it is offered.
 extern CManualResetEvent g_hProcessRequestEvent;
 
+// Packets go to the instrument, and commands find their place between them.
+inline bool IsInstrumentReady() { return g_bConnected != 0 && !s_bPortHeld; }
 // ECG streaming or photodiode sampling keeps the line busy.
 inline bool IsLineBusy() { return s_ECGGoing || g_PPG_PDSamplingRunning; }
 // A photodiode frame gives no command the gap between two packets.

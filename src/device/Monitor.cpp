@@ -50,10 +50,7 @@ void* MonitorDeviceThread(void* self)
 }
 }  // namespace
 
-CAutoMonitor::CAutoMonitor() : enabled_(false)
-{
-    CreateThread(&thread_, MonitorDeviceThread, this);
-}
+CAutoMonitor::CAutoMonitor() : enabled_(false) { MakeThread(); }
 
 CAutoMonitor::~CAutoMonitor()
 {
@@ -63,7 +60,18 @@ CAutoMonitor::~CAutoMonitor()
     JoinThread(thread_);
 }
 
-void CAutoMonitor::StartMonitor() { enabled_.SetEvent(); }
+// A thread that could not be made when the library was loaded is made with a connection.
+void CAutoMonitor::MakeThread()
+{
+    CAutoCriticalSection lock(g_AccessCriticalSection);
+    if (thread_ == 0 && g_bStopMonitor == 0) CreateThread(&thread_, MonitorDeviceThread, this);
+}
+
+void CAutoMonitor::StartMonitor()
+{
+    MakeThread();
+    enabled_.SetEvent();
+}
 void CAutoMonitor::PauseMonitor() { enabled_.ResetEvent(); }
 void CAutoMonitor::WaitUntilMonitored() { enabled_.Wait(); }
 bool CAutoMonitor::IsMonitored() { return enabled_.WaitTimeout(0) == 0; }

@@ -17,6 +17,8 @@ public:
     void WaitUntilMonitored();
 
 private:
+    void MakeThread();
+
     unsigned long thread_ = 0;
     CManualResetEvent enabled_;
 };

@@ -228,15 +228,15 @@ void* USBDataPollThread(void*)
 }
 }  // namespace
 
-void StartPollingThread()
+bool StartPollingThread()
 {
     CJoinableThread& thread = s_pPollingThread;
-    if (thread.IsRunning() && !s_bStopPool) return;
+    if (thread.IsRunning() && !s_bStopPool) return true;
     if (thread.IsRunning()) thread.Join(kJoinLimitMs);
     s_bStopPool = false;
     s_hStopPoll.ResetEvent();
     g_hPollingEvent.SetEvent();
-    thread.Start(USBDataPollThread, nullptr);
+    return thread.Start(USBDataPollThread, nullptr);
 }
 
 void StopPollingThread()

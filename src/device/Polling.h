@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-// Starts the thread unless one runs that was not told to stop.
-void StartPollingThread();
+// Starts the thread unless one runs that was not told to stop. False when the system gives none.
+bool StartPollingThread();
 // Tells the thread to end; does not wait for it.
 void StopPollingThread();
 // Waits for a thread that was told to stop, except on that thread itself.

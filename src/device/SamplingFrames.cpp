@@ -20,11 +20,17 @@ std::uint8_t s_frames[kMostFrames][kReplyBytes] GUARDED_BY(s_section);
 unsigned s_first GUARDED_BY(s_section) = 0;
 unsigned s_count GUARDED_BY(s_section) = 0;
 
+bool HasSamplingHead(const std::uint8_t* block)
+{
+    return block[0] == kSamplingGroup && block[1] == kSamplingDirection;
+}
+
 // The reply that ends sampling begins alike, but names no channel.
+bool NamesChannel(const std::uint8_t* block) { return (block[kMaskOffset] & kChannels) != 0; }
+
 bool IsSamplingFrame(const std::uint8_t* block, unsigned length)
 {
-    return length == kReplyBytes && IsSamplingBlock(block, length) &&
-           (block[kMaskOffset] & kChannels) != 0;
+    return length == kReplyBytes && IsSamplingBlock(block, length) && NamesChannel(block);
 }
 }  // namespace
 
@@ -36,7 +42,12 @@ bool IsSamplingCommand(const std::uint8_t* request, unsigned length)
 bool IsSamplingBlock(const std::uint8_t* block, unsigned length)
 {
     return (s_bFramesMayCome || g_PPG_PDSamplingRunning) && length >= kHeadBytes &&
-           block[0] == kSamplingGroup && block[1] == kSamplingDirection;
+           HasSamplingHead(block);
+}
+
+bool IsStrayFrame(const std::uint8_t* block, unsigned length)
+{
+    return length > kMaskOffset && HasSamplingHead(block) && NamesChannel(block);
 }
 
 bool IsSamplingAcknowledge(const std::uint8_t* block, unsigned length)

@@ -13,6 +13,9 @@ bool IsSamplingBlock(const std::uint8_t* block, unsigned length);
 // as the reply where one is awaited.
 bool IsSamplingCommand(const std::uint8_t* request, unsigned length);
 bool IsSamplingAcknowledge(const std::uint8_t* block, unsigned length);
+// A frame where none can come, or the first bytes of it: of a sensor that another program left
+// running, perhaps. Without a reason to be a reply it is none.
+bool IsStrayFrame(const std::uint8_t* block, unsigned length);
 // While frames may come: keeps a whole block that is a frame of it. False for everything else, the
 // reply that ends sampling included: a frame names the channels that it carries. The caller holds
 // g_AccessCriticalSection, so that frames are kept as they came.

@@ -6,7 +6,8 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <string>
+#include <memory>
+#include <new>
 
 #include "platform/CLocale.h"
 #include "platform/Platform.h"
@@ -33,17 +34,21 @@ void AppendToLog(const char* text, std::size_t length)
     close(file);
 }
 
-std::string Format(const char* format, va_list arguments)
+// The line with its line feed; null without memory.
+std::unique_ptr<char[]> Format(const char* format, va_list arguments, std::size_t& length)
 {
     const CAutoCLocale locale;
     va_list measured;
     va_copy(measured, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, measured);
+    const int characters = std::vsnprintf(nullptr, 0, format, measured);
     va_end(measured);
-    if (length < 0) return {};
-    std::string text(static_cast<std::size_t>(length), '\0');
-    std::vsnprintf(text.data(), text.size() + 1, format, arguments);
-    return text;
+    if (characters < 0) return nullptr;
+    length = static_cast<std::size_t>(characters) + 1;
+    std::unique_ptr<char[]> line(new (std::nothrow) char[length]);
+    if (line == nullptr) return nullptr;
+    std::vsnprintf(line.get(), length, format, arguments);
+    line[length - 1] = '\n';
+    return line;
 }
 }  // namespace
 
@@ -52,10 +57,10 @@ void _outputLog(const char* format, ...)
     if (!s_SaveLog) return;
     va_list arguments;
     va_start(arguments, format);
-    std::string line = Format(format, arguments);
+    std::size_t length = 0;
+    const std::unique_ptr<char[]> line = Format(format, arguments, length);
     va_end(arguments);
-    line += '\n';
-    AppendToLog(line.data(), line.size());
+    if (line != nullptr) AppendToLog(line.get(), length);
 }
 
 int EnableSaveLog(const char* path)

@@ -44,7 +44,7 @@ int FindObstacle()
 {
     if (DeviceIsConnected() == 0) return -1;
     if (!_IsPPGConnected()) return -2;
-    return IsLineBusy() ? -3 : 0;
+    return IsLineBusy() || s_bPortHeld ? -3 : 0;
 }
 }  // namespace
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <new>
 
 #include "device/Identification.h"
 #include "device/LineState.h"
@@ -14,6 +15,7 @@
 namespace {
 constexpr int kBusy = -1;
 constexpr int kNoChannel = -2;
+constexpr int kNoMemory = -7;
 constexpr double kMsPerSecond = 1000.0;
 
 // The standard pulse, parts of the AC amplitude and of the period.
@@ -31,8 +33,11 @@ constexpr double kHighestCommonDC = 3000.0;      // mV
 
 struct Period {
     explicit Period(std::size_t samples)
-        : length(samples), dc(new std::int32_t[samples]), ac(new std::int32_t[samples])
+        : length(samples),
+          dc(new (std::nothrow) std::int32_t[samples]),
+          ac(new (std::nothrow) std::int32_t[samples])
     {}
+    bool HasMemory() const { return dc != nullptr && ac != nullptr; }
     std::size_t length;
     double sampleRate = kPPGWaveformRate;
     std::unique_ptr<std::int32_t[]> dc;  // uV
@@ -113,12 +118,11 @@ void ConvertForFinger(int led, double dc, Period& period)
 // What is below 0 or no number gives 0.
 double LimitAC(double ac, double acMax) { return ac > 0.0 ? std::min(ac, acMax) : 0.0; }
 
-Period ConvertRawData(int led, std::size_t count, const double* dc, const double* ac)
+void ConvertRawData(int led, const double* dc, const double* ac, Period& period)
 {
-    Period period(count);
     const double acMax = g_DeviceFeature.Load().ppgAcMax;
     const bool converted = IsAmplitudeConverted();
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < period.length; ++i) {
         const double limited = LimitAC(ac[i], acMax);
         if (converted) {
             period.ac[i] = CutToMicrovolts(FingerACValueConvert(limited));
@@ -129,7 +133,6 @@ Period ConvertRawData(int led, std::size_t count, const double* dc, const double
         }
         period.acMax = std::max(period.acMax, period.ac[i]);
     }
-    return period;
 }
 }  // namespace
 
@@ -146,6 +149,7 @@ int StorePPGWaveform(int led, const PPG_WAVEFORM* wave) noexcept
     AdjustPPGWaveform(led, &stored);
     stored.t1 = PeakTime(stored);
     Period period(PPGPeriodSamples(stored.frequency, kPPGWaveformRate));
+    if (!period.HasMemory()) return kNoMemory;
     GenPPGWaveform(&stored, kPPGWaveformRate, period.ac.get(), &period.acMax);
     if (IsAmplitudeConverted()) {
         ConvertForFinger(led, stored.dc, period);
@@ -172,7 +176,9 @@ int StorePPGRawData(int led, int ledSync, int invert, int count, const double* d
     if (ac == nullptr) return -5;
     if (sampleRate <= 0.0) return -6;
 
-    Period period = ConvertRawData(led, static_cast<std::size_t>(count), dc, ac);
+    Period period(static_cast<std::size_t>(count));
+    if (!period.HasMemory()) return kNoMemory;
+    ConvertRawData(led, dc, ac, period);
     period.sampleRate = sampleRate;
     for (std::size_t i = 0; invert != 0 && i < period.length; ++i) {
         period.ac[i] = period.acMax - period.ac[i];

@@ -4,6 +4,14 @@
 #include <cstddef>
 #include <cstdlib>
 #include <limits>
+#include <memory>
+
+struct MallocFreer {
+    void operator()(void* memory) const { std::free(memory); }
+};
+// An array from malloc until its receiver has it.
+template <class T>
+using MallocArray = std::unique_ptr<T[], MallocFreer>;
 
 class CSampleBuffer {
 public:

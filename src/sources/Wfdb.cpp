@@ -8,6 +8,7 @@
 
 #include "platform/File.h"
 #include "sources/ParseNumber.h"
+#include "sources/SampleBuffer.h"
 #include "sources/SampleFile.h"
 
 namespace {
@@ -326,10 +327,12 @@ int DatFile::Read(int channel, int start, int count, Extremes& extremes, double*
     std::free(samples);
     samples = nullptr;
     if (!IsPromiseCredible(count, SamplesThere<Format>(place))) return 0;
-    samples = static_cast<double*>(std::calloc(static_cast<std::size_t>(count), sizeof *samples));
-    if (samples == nullptr) return 0;
+    MallocArray<double> array(
+        static_cast<double*>(std::calloc(static_cast<std::size_t>(count), sizeof *samples)));
+    if (array == nullptr) return 0;
     Converter convert(Format::kLargestPositive, Format::kRange, adcOffset_, Gain(channel));
-    ReadSamples<Format>(file_.get(), place, count, convert, samples);
+    ReadSamples<Format>(file_.get(), place, count, convert, array.get());
+    samples = array.release();
     extremes = convert.Seen();
     return count;
 }

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "platform/File.h"
+#include "sources/SampleBuffer.h"
 #include "sources/SampleFile.h"
 
 namespace {
@@ -147,11 +148,12 @@ int EdfFile::retrieveSignalSampleValues(int signal, float*& values)
         return kNoMemory;
     }
     const auto bytes = std::max<std::size_t>(static_cast<std::size_t>(promised), 1) * sizeof(float);
-    values = static_cast<float*>(std::malloc(bytes));
-    if (values == nullptr) return kNoMemory;
+    MallocArray<float> array(static_cast<float*>(std::malloc(bytes)));
+    if (array == nullptr) return kNoMemory;
     if (promised > 0) {
         const Scale scale(*header_.signals[static_cast<std::size_t>(signal)]);
-        ReadSignal(file_.get(), *runs, heldBytes, scale, values);
+        ReadSignal(file_.get(), *runs, heldBytes, scale, array.get());
     }
+    values = array.release();
     return static_cast<int>(promised);
 }

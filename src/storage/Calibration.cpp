@@ -1,9 +1,10 @@
 #include "storage/Calibration.h"
 
+#include <limits.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 
 #include "device/Exchange.h"
 #include "device/Identification.h"
@@ -34,10 +35,21 @@ char s_calibrationPath[512] GUARDED_BY(s_calibrationSection) = "";
 // The file as last read by GetCalibrationCache, or null.
 std::uint16_t* g_CalibrationCache GUARDED_BY(s_calibrationSection) = nullptr;
 
-std::string CalibrationFilePath(const char* directory)
-{
-    return std::string(directory) + CALIBRATION_FILE_NAME;
-}
+// Empty where it is longer than any path that can be opened. Needs no memory: an application without
+// any is told so by a code.
+class CalibrationFilePath {
+public:
+    explicit CalibrationFilePath(const char* directory)
+    {
+        const int length =
+            std::snprintf(text_, sizeof text_, "%s%s", directory, CALIBRATION_FILE_NAME);
+        if (length < 0 || static_cast<std::size_t>(length) >= sizeof text_) text_[0] = '\0';
+    }
+    const char* Text() const { return text_; }
+
+private:
+    char text_[PATH_MAX];
+};
 
 struct Prefix {
     char text[sizeof s_calibrationPath];
@@ -197,7 +209,7 @@ int SaveCalibrationData(const char* dir)
 {
     CApiLock api;
     if (dir == nullptr) return kFailed;
-    File file(OpenFileUtf8(CalibrationFilePath(dir).c_str(), "wb+"));
+    File file(OpenFileUtf8(CalibrationFilePath(dir).Text(), "wb+"));
     if (!file) return kFailed;
     CalibrationTable table;
     CopyTable(table);
@@ -234,7 +246,7 @@ unsigned short* GetCalibrationCache(int* count)
     FreeCache();
     *count = 0;
     CalibrationTable table;
-    if (!ReadTableFile(CalibrationFilePath(prefix.text).c_str(), table)) return nullptr;
+    if (!ReadTableFile(CalibrationFilePath(prefix.text).Text(), table)) return nullptr;
     g_CalibrationCache = static_cast<std::uint16_t*>(std::malloc(sizeof table));
     if (g_CalibrationCache == nullptr) return nullptr;
     std::memcpy(g_CalibrationCache, table, sizeof table);
@@ -248,7 +260,7 @@ int GetCalibrationCacheEx(void* buffer, unsigned size)
     const Prefix prefix = CurrentPrefix();
     if (buffer == nullptr || size < kDCCalibrationWords || prefix.text[0] == '\0') return 0;
     CalibrationTable table;
-    if (!ReadTableFile(CalibrationFilePath(prefix.text).c_str(), table)) return 0;
+    if (!ReadTableFile(CalibrationFilePath(prefix.text).Text(), table)) return 0;
     std::memcpy(buffer, table, sizeof table);
     return static_cast<int>(kDCCalibrationWords);
 }
@@ -259,7 +271,7 @@ int ClearCalibrationCache(void)
     const Prefix prefix = CurrentPrefix();
     CAutoCriticalSection lock(s_calibrationSection);
     FreeCache();
-    return std::remove(CalibrationFilePath(prefix.text).c_str()) == 0 ? 0 : kFailed;
+    return std::remove(CalibrationFilePath(prefix.text).Text()) == 0 ? 0 : kFailed;
 }
 
 bool ValidateDCCalibrationData(void)

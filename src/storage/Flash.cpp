@@ -13,7 +13,6 @@ constexpr std::uint8_t kAcknowledged = 0xFF;
 constexpr unsigned kReadPauseMs = 6;     // between two chunks of the 8-bit flavour
 constexpr unsigned kReplyWaitMs = 6;     // before the reply to a write
 constexpr unsigned kProgramWaitMs = 40;  // after the reply to a write
-constexpr unsigned kEraseWaitMs = 40;
 
 FlashFrame MakeFrame(StorageChannel channel, std::uint32_t address, std::size_t count)
 {
@@ -27,9 +26,8 @@ FlashFrame MakeFrame(StorageChannel channel, std::uint32_t address, std::size_t 
     return frame;
 }
 
-bool WriteChunk(FlashFrame& frame) REQUIRES(g_APICriticalSection, g_InterruptCriticalSection)
+bool WriteChunk(const FlashFrame& frame) REQUIRES(g_APICriticalSection, g_InterruptCriticalSection)
 {
-    frame.bytes[3] = kFlashWrite;
     std::uint8_t reply[kReplyBytes];
     if (!ExchangeFlashFrame(frame.bytes, kReplyWaitMs, reply)) return false;
     SleepMilliseconds(kProgramWaitMs);
@@ -55,6 +53,23 @@ FlashFrame MakeReadFrame(StorageChannel channel, std::uint32_t address, std::siz
     return MakeFrame(channel, address, count);
 }
 
+FlashFrame MakeWriteFrame(StorageChannel channel, std::uint32_t address, const std::uint8_t* data,
+                          std::size_t count)
+{
+    FlashFrame frame = MakeFrame(channel, address, count);
+    frame.bytes[3] = kFlashWrite;
+    std::memcpy(frame.bytes + kFlashDataOffset, data, std::min(count, kFlashFrameData));
+    return frame;
+}
+
+FlashFrame MakeEraseFrame(StorageChannel channel, std::uint32_t address)
+{
+    FlashFrame frame = MakeFrame(channel, address, 0);
+    frame.bytes[3] = kFlashWrite;
+    frame.bytes[6] = 1;
+    return frame;
+}
+
 bool DoReadFlash(std::uint32_t address, StorageChannel channel, std::uint16_t* data,
                  std::size_t words)
 {
@@ -76,11 +91,12 @@ bool DoWriteFlash(std::uint32_t address, StorageChannel channel, const std::uint
 {
     for (std::size_t done = 0; done < words; done += kChunkWords) {
         const std::size_t count = std::min(kChunkWords, words - done);
-        FlashFrame frame = MakeFrame(channel, AddressAfter(address, 2 * done), 2 * count);
-        for (std::size_t k = 0; k < count; ++k) {
-            WriteBig16(frame.bytes + kFlashDataOffset + 2 * k, data[done + k]);
+        std::uint8_t bytes[kChunkBytes];
+        for (std::size_t k = 0; k < count; ++k) WriteBig16(bytes + 2 * k, data[done + k]);
+        if (!WriteChunk(
+                MakeWriteFrame(channel, AddressAfter(address, 2 * done), bytes, 2 * count))) {
+            return false;
         }
-        if (!WriteChunk(frame)) return false;
     }
     return true;
 }
@@ -105,9 +121,9 @@ bool DoWriteFlash(std::uint32_t address, StorageChannel channel, const std::uint
 {
     for (std::size_t done = 0; done < bytes; done += kChunkBytes) {
         const std::size_t count = std::min(kChunkBytes, bytes - done);
-        FlashFrame frame = MakeFrame(channel, AddressAfter(address, done), count);
-        std::memcpy(frame.bytes + kFlashDataOffset, data + done, count);
-        if (!WriteChunk(frame)) return false;
+        if (!WriteChunk(MakeWriteFrame(channel, AddressAfter(address, done), data + done, count))) {
+            return false;
+        }
     }
     return true;
 }
@@ -124,11 +140,9 @@ bool FlashWrite(StorageChannel channel, std::uint32_t address, const void* data,
 
 bool FlashErase(StorageChannel channel, std::uint32_t address)
 {
-    FlashFrame frame = MakeFrame(channel, address, 0);
-    frame.bytes[3] = kFlashWrite;
-    frame.bytes[6] = 1;
+    const FlashFrame frame = MakeEraseFrame(channel, address);
     if (!SendRequest(frame.bytes, sizeof frame.bytes)) return false;
-    SleepMilliseconds(kEraseWaitMs);
+    SleepMilliseconds(kFlashEraseWaitMs);
     std::uint8_t reply[kReplyBytes];
     return ReceiveReply(reply);
 }

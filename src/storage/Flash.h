@@ -21,12 +21,18 @@ enum class StorageChannel : std::uint8_t {
 constexpr std::size_t kFlashSectorBytes = 1024;
 
 constexpr std::size_t kFlashDataOffset = 16;  // of the data in a frame
+constexpr std::size_t kFlashFrameData = 48;   // the most that a frame has room for
+constexpr unsigned kFlashEraseWaitMs = 40;    // before the reply to an erase
 constexpr std::uint8_t kFlashWrite = 0xFF;    // byte 3 of a frame
 
 struct FlashFrame {
     std::uint8_t bytes[64];
 };
 FlashFrame MakeReadFrame(StorageChannel channel, std::uint32_t address, std::size_t count);
+// Up to 48 bytes.
+FlashFrame MakeWriteFrame(StorageChannel channel, std::uint32_t address, const std::uint8_t* data,
+                          std::size_t count);
+FlashFrame MakeEraseFrame(StorageChannel channel, std::uint32_t address);
 
 // Sends a frame, waits, and reads its reply; true when that is whole and acknowledged.
 bool ExchangeFlashFrame(const std::uint8_t (&frame)[kReplyBytes], unsigned waitMs,

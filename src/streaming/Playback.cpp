@@ -76,7 +76,7 @@ bool SendFirstPacket()
     CApiLock api;
     CLineOwner line;
     if (IsStopRequested()) return false;
-    s_pace = g_bConnected != 0 ? Pace::kDevice : Pace::kTimer;
+    s_pace = IsInstrumentReady() ? Pace::kDevice : Pace::kTimer;
     if (s_pace == Pace::kDevice) {
         _StopSimulationTimer();
         SettlePendingReplies();  // one that is owed must not pass for the packet's
@@ -95,6 +95,8 @@ void SendPacket()
     CLineOwner line;
     s_bPacketDue = false;
     if (!IsStopRequested() && s_pace == Pace::kDevice) {
+        // Held up since before a pause of the run, this thread is also asked for the packet after it.
+        g_hSendEvent.ResetEvent();
         _SendNextPacket(false);
         g_hReadEvent.SetEvent();
     }
@@ -110,12 +112,12 @@ void PlayUntilStopped()
 
 void* StartPlayThread(void*)
 {
-    if (g_bConnected == 0) _StartSimulationTimer(OnTick);
+    if (!IsInstrumentReady()) _StartSimulationTimer(OnTick);
     g_fDelayAccumulated = 0.0;
     g_fPacingDelayAccumulated = 0.0;
     if (WaitExternalSynchronizationSignal() && SendFirstPacket()) {
         // The instrument may have gone while the run waited for its signal.
-        if (g_bConnected == 0) _StartSimulationTimer(OnTick);
+        if (!IsInstrumentReady()) _StartSimulationTimer(OnTick);
         PlayUntilStopped();
     }
     g_hStopReceiveEvent.SetEvent();

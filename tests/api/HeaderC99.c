@@ -67,6 +67,11 @@ const HeaderEntry HEADER_TABLE[] = {
     ENTRY(ClearDCCalibrationData),
     ENTRY(GetPPGDCTable),
 
+    ENTRY(LoadFirmwareFile),
+    ENTRY(BurnFirmware),
+    ENTRY(LoadMcuFile),
+    ENTRY(BurnMcu),
+
     ENTRY(VRAXSetOutputFunction),
     ENTRY(VRAXGetOutputFunction),
     ENTRY(VRAXIsPlaying),
@@ -282,4 +287,5 @@ CHECK(PulseSize, sizeof(PPG_WAVEFORM) == 128);
 CHECK(PulseTimes, offsetof(PPG_WAVEFORM, t1) == 56);
 CHECK(PulseCycles, offsetof(PPG_WAVEFORM, variationCycles) == 112);
 CHECK(BoolSize, sizeof(bool) == 1);
+CHECK(LastStage, BURN_ERASE == 1 && BURN_FINISHED == 6);
 CHECK(LastFunction, OUTPUT_YY1079_DYNAMIC_RANGE == 10000 && OUTPUT_ANE20000 == 17);

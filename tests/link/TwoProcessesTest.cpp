@@ -4,14 +4,13 @@
 
 #include "support/HostProcess.h"
 #include "support/LinkHost.h"
+#include "support/NextStart.h"
 
 using namespace instrument;
 
 namespace {
 
 constexpr char kProgram[] = VRAX_HOST_PROGRAM;
-
-std::string IdBytes(pid_t id) { return {reinterpret_cast<const char*>(&id), sizeof id}; }
 
 }  // namespace
 

@@ -301,6 +301,30 @@ inline Calls RecordLoaders(const char* path)
     };
 }
 
+// The loaders of programs, with one path for every file.
+inline Calls ImageLoaders(const char* path)
+{
+    return {
+        [=] {
+            int version[4];
+            LoadFirmwareFile(path, &version[0], &version[1], &version[2], &version[3]);
+        },
+        [=] {
+            int version[4];
+            LoadMcuFile(path, &version[0], &version[1], &version[2], &version[3]);
+        },
+    };
+}
+
+// Nothing is touched where no image is loaded, or at the first callback.
+inline Calls CancelledBurns()
+{
+    return {
+        [] { BurnFirmware([](int, int) { return 1; }); },
+        [] { BurnMcu([](int, int) { return 1; }); },
+    };
+}
+
 inline void CallAll(const Calls& calls)
 {
     for (const auto& call : calls) call();
