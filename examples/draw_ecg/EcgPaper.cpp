@@ -2,6 +2,9 @@
 
 #include <fontconfig/fontconfig.h>
 
+#include <cairo-pdf.h>
+#include <cairo-svg.h>
+
 #include <algorithm>
 #include <cmath>
 #include <stdexcept>
@@ -20,10 +23,26 @@ constexpr double kCurveStep = 0.06;  // the values of so many mm become one stro
 constexpr double kMarkMv = 1.0;
 constexpr double kMarkSeconds = 0.2;
 constexpr double kMarkFoot = 2.5;
+constexpr double kPointsPerMm = 72.0 / 25.4;
 
 void SetColour(cairo_t* cairo, const Colour& colour)
 {
     cairo_set_source_rgb(cairo, colour.red, colour.green, colour.blue);
+}
+
+bool IsVector(const std::string& path) { return path.ends_with(".svg") || path.ends_with(".pdf"); }
+
+cairo_surface_t* MakePixels(double width, double height, double pixelsPerMm)
+{
+    return cairo_image_surface_create(CAIRO_FORMAT_RGB24,
+                                      static_cast<int>(std::lround(width * pixelsPerMm)),
+                                      static_cast<int>(std::lround(height * pixelsPerMm)));
+}
+
+cairo_surface_t* MakeVectors(double width, double height, const std::string& path)
+{
+    const auto make = path.ends_with(".svg") ? cairo_svg_surface_create : cairo_pdf_surface_create;
+    return make(path.c_str(), width * kPointsPerMm, height * kPointsPerMm);
 }
 
 }  // namespace
@@ -35,13 +54,19 @@ void ReleaseFonts()
 }
 
 EcgPaper::EcgPaper(double width, double height, double pixelsPerMm)
-    : surface_(cairo_image_surface_create(CAIRO_FORMAT_RGB24,
-                                          static_cast<int>(std::lround(width * pixelsPerMm)),
-                                          static_cast<int>(std::lround(height * pixelsPerMm)))),
-      cairo_(cairo_create(surface_)),
-      pixel_(1.0 / pixelsPerMm)
+    : EcgPaper(MakePixels(width, height, pixelsPerMm), pixelsPerMm, pixelsPerMm)
+{}
+
+EcgPaper::EcgPaper(double width, double height, double pixelsPerMm, const std::string& path)
+    : EcgPaper(IsVector(path) ? MakeVectors(width, height, path)
+                              : MakePixels(width, height, pixelsPerMm),
+               IsVector(path) ? kPointsPerMm : pixelsPerMm, pixelsPerMm)
+{}
+
+EcgPaper::EcgPaper(cairo_surface_t* surface, double unitsPerMm, double pixelsPerMm)
+    : surface_(surface), cairo_(cairo_create(surface)), pixel_(1.0 / pixelsPerMm)
 {
-    cairo_scale(cairo_, pixelsPerMm, pixelsPerMm);
+    cairo_scale(cairo_, unitsPerMm, unitsPerMm);
     cairo_set_source_rgb(cairo_, 1.0, 1.0, 1.0);
     cairo_paint(cairo_);
 }
@@ -187,7 +212,13 @@ void EcgPaper::CalibrationMark(double x, double y)
 
 void EcgPaper::Save(const std::string& path)
 {
-    const cairo_status_t status = cairo_surface_write_to_png(surface_, path.c_str());
+    cairo_status_t status = CAIRO_STATUS_SUCCESS;
+    if (cairo_surface_get_type(surface_) == CAIRO_SURFACE_TYPE_IMAGE) {
+        status = cairo_surface_write_to_png(surface_, path.c_str());
+    } else {
+        cairo_surface_finish(surface_);
+        status = cairo_surface_status(surface_);
+    }
     if (status != CAIRO_STATUS_SUCCESS) {
         throw std::runtime_error(path + ": " + cairo_status_to_string(status));
     }

@@ -1,4 +1,4 @@
-// A picture in millimetres of ECG paper: grid, text and lines on a PNG.
+// A picture in millimetres of ECG paper: grid, text and lines on a PNG, SVG or PDF.
 #pragma once
 
 #include <span>
@@ -49,6 +49,8 @@ class EcgPaper {
 public:
     // All lengths are mm, from the upper left corner.
     EcgPaper(double width, double height, double pixelsPerMm);
+    // Of lines instead of pixels where `path` ends in .svg or .pdf. Save() takes the same path.
+    EcgPaper(double width, double height, double pixelsPerMm, const std::string& path);
     ~EcgPaper();
     EcgPaper(const EcgPaper&) = delete;
     EcgPaper& operator=(const EcgPaper&) = delete;
@@ -87,6 +89,8 @@ private:
     void SetFont(const TextStyle& style);
     void GridLines(double x, double y, double width, double height, double step,
                    const Colour& colour, double lineWidth);
+
+    EcgPaper(cairo_surface_t* surface, double unitsPerMm, double pixelsPerMm);
 
     cairo_surface_t* surface_;
     cairo_t* cairo_;

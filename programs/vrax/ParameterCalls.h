@@ -1,0 +1,18 @@
+// From the values that a user gave to the calls of the library.
+#pragma once
+
+#include "Parameters.h"
+
+namespace vrax {
+
+// Before the signal is selected: everything that shapes it. An instrument or a connection listener
+// must be there. Throws Failure, which names the parameters and their ranges, when a call refuses.
+void SetParameters(const Values& values);
+
+// While it plays: what the selection of a signal would undo.
+void SetPlayingParameters(const Values& values);
+
+// Whether a PPG channel is given.
+bool HasPulse(const Values& values, int led);
+
+}  // namespace vrax

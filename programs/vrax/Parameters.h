@@ -1,0 +1,66 @@
+// The parameters of a signal by name: what a user may write, with units and ranges. The calls that
+// set them are in ParameterCalls.h.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace vrax {
+
+enum class Kind {
+    Number,
+    Whole,
+    Switch,  // on, off
+    Choice,  // one of a list of words; the value is its place in the list
+    Leads,   // numbers with commas between them, "all" or "none"; the value is a mask
+};
+
+struct Parameter {
+    std::string name;
+    std::string group;
+    Kind kind = Kind::Number;
+    std::string unit = {};
+    double low = 0.0;
+    double high = 1.0;
+    double initial = 0.0;  // in force when it is not given
+    std::string help = {};
+    std::vector<std::string> words = {};  // of a choice
+};
+
+constexpr int kPpgChannels = 3;
+constexpr int kLeads = 9;  // outputs that the instrument has
+
+// In the order in which help shows them.
+const std::vector<Parameter>& Parameters();
+
+// Throws Failure for a name that is none.
+const Parameter& FindParameter(const std::string& name);
+
+// "-40 to 40 mV", "on or off", "single, double-150, double-250".
+std::string RangeText(const Parameter& parameter);
+
+// The value that a text stands for. Throws Failure, which tells the range.
+double ReadValue(const Parameter& parameter, const std::string& text);
+
+// A value as a user would write it, with its unit.
+std::string ValueText(const Parameter& parameter, double value);
+
+// What was given, and for the rest the initial values.
+class Values {
+public:
+    // Throws Failure for an unknown name and a value out of range.
+    void Set(const std::string& name, const std::string& text);
+    bool Has(const std::string& name) const { return given_.contains(name); }
+    double operator[](const std::string& name) const;
+    int Int(const std::string& name) const { return static_cast<int>((*this)[name]); }
+    bool IsOn(const std::string& name) const { return (*this)[name] != 0.0; }
+
+    // "amplitude 2 mV", those that were given, in the order of the table.
+    std::vector<std::string> Texts() const;
+
+private:
+    std::map<std::string, double> given_;
+};
+
+}  // namespace vrax

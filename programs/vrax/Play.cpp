@@ -1,0 +1,194 @@
+#include "Play.h"
+
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <memory>
+
+#include <fmt/format.h>
+
+#include "Interruption.h"
+#include "ParameterCalls.h"
+#include "SignalOptions.h"
+#include "vrax.h"
+
+namespace vrax {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+constexpr auto kLook = std::chrono::milliseconds(20);
+constexpr auto kShow = std::chrono::milliseconds(200);
+constexpr auto kTell = std::chrono::seconds(1);
+constexpr int kDivider = 400;  // the callback sees one sample in a hundred
+constexpr char kClearLine[] = "\r\x1b[K";
+
+// Written by the thread that computes the packets.
+std::atomic<double> s_signalSeconds{0.0};
+extern "C" void OnPlayedSample(double time, double) { s_signalSeconds = time; }
+
+struct PlayOptions {
+    SignalOptions signal;
+    double seconds = 0.0;  // 0: until it is stopped
+};
+
+enum class End { Asked, Signal, Time };
+
+class Player {
+public:
+    Player(Program& program, const SignalRequest& request, double seconds)
+        : program_(program), request_(request), seconds_(seconds)
+    {}
+
+    int Play()
+    {
+        Start();
+        const End end = Follow();
+        const double played = s_signalSeconds;
+        const int result = VRAXSetOutputFunction(OUTPUT_OFF);
+        VRAXFree();
+        if (result != 0) throw Failure("the output was not switched off", "unplug the instrument");
+        TellEnd(end, played);
+        return end == End::Asked && seconds_ > 0.0 ? kInterrupted : kDone;
+    }
+
+private:
+    void Start();
+    End Follow();
+    void WatchConnection();
+    void Show(bool isLast);
+    void TellEnd(End end, double played);
+    Json Status() const;
+
+    Program& program_;
+    const SignalRequest& request_;
+    const double seconds_;
+    const bool isLive_ = Program::IsTerminal(stdout) && !program_.IsJson();
+    bool isConnected_ = true;
+    double seen_ = 0.0;
+    Clock::time_point lastProgress_ = Clock::now();
+    Clock::time_point lastShown_ = {};
+};
+
+void Player::Start()
+{
+    LoadRecord(request_.signal, request_.channels.front());
+    VRAXRegisterOutputSignalCallback(OnPlayedSample, kDivider);
+    SetParameters(request_.values);
+    StartSignal(request_.signal, request_.values);
+    SetPlayingParameters(request_.values);
+    lastProgress_ = Clock::now();
+    if (program_.IsJson()) return;
+    fmt::print("{} plays {}\n", VRAXGetSerialNumber(), request_.Title());
+    std::fflush(stdout);
+}
+
+// The library finds an instrument again that was unplugged; no longer than that is waited.
+void Player::WatchConnection()
+{
+    const double seen = s_signalSeconds;
+    isConnected_ = VRAXIsConnected();
+    if (isConnected_ && seen > seen_) lastProgress_ = Clock::now();
+    seen_ = seen;
+    const std::chrono::duration<double> stands = Clock::now() - lastProgress_;
+    if (stands.count() < program_.TimeoutSeconds()) return;
+    VRAXFree();
+    throw Failure(fmt::format("the instrument was lost after {:.1f} s of signal", seen_),
+                  "plug it in again and start anew", kNoInstrument);
+}
+
+End Player::Follow()
+{
+    for (;;) {
+        if (Interruption::WaitFor(kLook)) return End::Asked;
+        WatchConnection();
+        if (seconds_ > 0.0 && seen_ >= seconds_) return End::Time;
+        if (VRAXGetOutputFunction() == OUTPUT_OFF) return End::Signal;
+        Show(false);
+    }
+}
+
+Json Player::Status() const
+{
+    Json status = {{"elapsed_s", std::round(seen_ * 1000.0) / 1000.0},
+                   {"signal", request_.signal.Name()},
+                   {"function", VRAXGetOutputFunction()},
+                   {"connected", isConnected_},
+                   {"serial", VRAXGetSerialNumber()},
+                   {"samples", std::llround(seen_ * VRAXGetSampleRate())},
+                   {"sample_rate", VRAXGetSampleRate()},
+                   {"amplitude_mv", VRAXGetAmplitude()},
+                   {"frequency_hz", VRAXGetFrequency()}};
+    Json given = Json::object();
+    for (const Parameter& parameter : Parameters()) {
+        if (!request_.values.Has(parameter.name)) continue;
+        given[parameter.name] = ValueText(parameter, request_.values[parameter.name]);
+    }
+    status["parameters"] = given;
+    return status;
+}
+
+void Player::Show(bool isLast)
+{
+    const auto now = Clock::now();
+    const Clock::duration pause = program_.IsJson() ? Clock::duration(kTell) : kShow;
+    if (!isLast && now - lastShown_ < pause) return;
+    lastShown_ = now;
+    if (program_.IsJson()) program_.PrintJsonLine(Status());
+    if (!isLive_) return;
+    const std::string state = isConnected_ ? program_.Paint(stdout, Style::Good, "connected")
+                                           : program_.Paint(stdout, Style::Bad, "lost, searching");
+    fmt::print("{}{:8.1f} s  {}  {:g} Hz, {:g} mV  {} samples  {}", kClearLine, seen_,
+               request_.signal.Name(), VRAXGetFrequency(), VRAXGetAmplitude(),
+               std::llround(seen_ * VRAXGetSampleRate()), state);
+    std::fflush(stdout);
+}
+
+void Player::TellEnd(End end, double played)
+{
+    const char* const why = end == End::Asked    ? "stopped"
+                            : end == End::Signal ? "the signal has ended"
+                                                 : "done";
+    if (program_.IsJson()) {
+        program_.PrintJsonLine({{"ended", why}, {"elapsed_s", played}});
+        return;
+    }
+    fmt::print("{}{} after {:.1f} s, output off\n", isLive_ ? kClearLine : "", why, played);
+}
+
+int Play(Program& program, const PlayOptions& options)
+{
+    if (options.signal.isListWanted) {
+        ListSignals();
+        return kDone;
+    }
+    const SignalRequest request = ReadRequest(options.signal);
+    if (request.channels.size() > 1) {
+        throw Failure("one channel can be played at a time", "give --channel one number",
+                      kWrongUsage);
+    }
+    const Interruption interruption;
+    program.ConnectInstrument();
+    try {
+        return Player(program, request, options.seconds).Play();
+    } catch (...) {
+        VRAXFree();
+        throw;
+    }
+}
+
+}  // namespace
+
+void AddPlayCommand(CLI::App& app, Program& program)
+{
+    CLI::App* const command = app.add_subcommand("play", "Play a signal until it is stopped");
+    const auto options = std::make_shared<PlayOptions>();
+    AddSignalOptions(*command, options->signal);
+    AddDuration(*command, "--for", options->seconds, "play so long; until Ctrl-C without it");
+    command->footer(
+        "Ctrl-C switches the output off and ends the connection. With --json an object a second.\n"
+        "--timeout is also how long an instrument may be away that was unplugged meanwhile.");
+    program.SetAction(*command, [&program, options] { return Play(program, *options); });
+}
+
+}  // namespace vrax

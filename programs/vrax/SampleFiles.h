@@ -1,0 +1,31 @@
+// Files of samples: tables for other programs, and recordings that the library loads again.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace vrax {
+
+struct SampleColumn {
+    std::string name;
+    std::vector<double> mv;
+    double mostMv = 20.475;  // full scale of the formats with 16 bits
+};
+
+struct SampleTable {
+    double rate = 0.0;                  // samples a second
+    std::vector<SampleColumn> columns;  // of one length
+
+    std::size_t Count() const { return columns.empty() ? 0 : columns.front().mv.size(); }
+};
+
+// A line for each sample: time_s, then <name>_mv for each column.
+void WriteCsv(const SampleTable& table, const std::string& path);
+// The text format of VRAXLoadECGtxt().
+void WriteText(const SampleTable& table, const std::string& path);
+// EDF+ in microvolts, data records of one second; the last one is filled up with the last sample.
+void WriteEdf(const SampleTable& table, const std::string& path);
+// WFDB in format 16: `path` is the signal file, the header stands beside it as .hea.
+void WriteWfdb(const SampleTable& table, const std::string& path);
+
+}  // namespace vrax

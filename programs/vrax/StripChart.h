@@ -1,0 +1,26 @@
+// Strips of ECG paper, one below the other, each with its scale.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace vrax {
+
+struct Strip {
+    std::string name;
+    double rate = 0.0;  // samples a second
+    std::vector<double> mv;
+    std::vector<double> pacingMv = {};  // drawn as spikes, not to scale
+    bool isPulse = false;               // a PPG, on a scale of its own
+};
+
+struct Chart {
+    std::string title;
+    std::vector<Strip> strips;
+    double pixelsPerMm = 8.0;
+};
+
+// Writes .png, .svg or .pdf, as `path` ends. Throws std::runtime_error when that fails.
+void DrawChart(const Chart& chart, const std::string& path);
+
+}  // namespace vrax

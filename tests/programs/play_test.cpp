@@ -1,0 +1,138 @@
+// vrax play: what the instrument receives.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <fstream>
+#include <numbers>
+#include <sstream>
+
+#include "programs/PlayedSignal.h"
+
+namespace {
+
+constexpr double kCodeMv = 1.0 / 1600.0;  // one step of the converter
+
+std::string Play(const std::string& arguments) { return VRAX_PROGRAM " play " + arguments; }
+
+}  // namespace
+
+TEST(Play, SendsASineOfTheAskedHeightAndFrequency)
+{
+    const PlayedSignal played(Play("sine --amplitude 2 --frequency 5 --for 1s"));
+    EXPECT_EQ(played.outcome.status, 0) << played.outcome.errors;
+    ASSERT_GE(played.samples.size(), 20000U);
+    for (std::size_t i = 0; i < 20000; ++i) {
+        const double time = static_cast<double>(i) / 20000.0;
+        ASSERT_NEAR(played.samples[i].acMv, std::sin(2.0 * std::numbers::pi * 5.0 * time),
+                    1.5 * kCodeMv)
+            << time;
+    }
+}
+
+TEST(Play, TakesAParameterInBothForms)
+{
+    const PlayedSignal played(Play("square --set amplitude=3 --rate 120 --for 500ms"));
+    EXPECT_EQ(played.outcome.status, 0) << played.outcome.errors;
+    ASSERT_GE(played.samples.size(), 10000U);
+    EXPECT_NEAR(played.samples[1000].acMv, 1.5, kCodeMv);   // 0.05 s of a period of 0.5 s
+    EXPECT_NEAR(played.samples[6000].acMv, -1.5, kCodeMv);  // 0.3 s
+}
+
+TEST(Play, MarksAPulseOfTheAskedHeightInEachBeat)
+{
+    const PlayedSignal played(Play("ecg --rate 120 --pacing 10 --pacing-duration 1 --for 2s"));
+    EXPECT_EQ(played.outcome.status, 0) << played.outcome.errors;
+    ASSERT_GE(played.samples.size(), 40000U);
+    int marks = 0;
+    double highest = 0.0;
+    for (std::size_t i = 0; i < 40000; ++i) {
+        marks += played.samples[i].marker;
+        highest = std::max(highest, played.samples[i].pulseMv);
+    }
+    EXPECT_EQ(marks, 4);  // two a second
+    EXPECT_NEAR(highest, 10.0, 1.0);
+}
+
+TEST(Play, PlaysTheChannelOfAFile)
+{
+    const TempDir folder;
+    std::ofstream(folder.File("steps.txt")) << "100\n4\n2\nA,B\n0,1\n0,-1\n0,2\n0,0.5\n";
+    const PlayedSignal played(Play(folder.File("steps.txt") + " --channel 1 --for 200ms"));
+    EXPECT_EQ(played.outcome.status, 0) << played.outcome.errors;
+    ASSERT_GE(played.samples.size(), 4000U);
+    const double expected[] = {1.0, -1.0, 2.0, 0.5};
+    for (std::size_t i = 0; i < 4; ++i) {  // in the middle of each hundredth of a second
+        EXPECT_NEAR(played.samples[200 * i + 100].acMv, expected[i], kCodeMv) << i;
+    }
+}
+
+TEST(Play, SendsAPulseToTheModule)
+{
+    const PlayedSignal played(
+        Play("ecg --timeout 60 --ppg1 sine --ppg1-dc 1000 --ppg1-ac 12 --for 1500ms"),
+        "--ppg 3407");
+    EXPECT_EQ(played.outcome.status, 0) << played.outcome.errors;
+    ASSERT_GE(played.samples.size(), 15000U);  // 10000 a second
+    double lowest = 1e9;
+    double highest = -1e9;
+    for (const ReceivedSample& sample : played.samples) {
+        ASSERT_GE(sample.more.size(), 2U);
+        lowest = std::min(lowest, sample.more[1]);
+        highest = std::max(highest, sample.more[1]);
+    }
+    EXPECT_NEAR(highest - lowest, 12.0, 0.1);
+}
+
+TEST(Play, StopsTheOutputAndEndsTheConnectionWhenItIsTerminated)
+{
+    for (const char* name : {"INT", "TERM"}) {
+        const PlayedSignal played(std::string("sh -c 'timeout --preserve-status -s ") + name +
+                                  " 4 " VRAX_PROGRAM " play sine; s=$?; ls /var/lock; exit $s'");
+        EXPECT_EQ(played.outcome.status, 0) << played.outcome.errors;
+        EXPECT_TRUE(Has(played.outcome.output, "stopped after")) << played.outcome.output;
+        EXPECT_TRUE(played.outcome.output.ends_with("output off\n")) << played.outcome.output;
+        EXPECT_FALSE(played.samples.empty());
+    }
+}
+
+TEST(Play, EndsWithAFileThatIsPlayedOnce)
+{
+    const TempDir folder;
+    std::ofstream(folder.File("once.txt")) << "100\n20\n1\nA\n"
+                                           << [] {
+                                                  std::string lines;
+                                                  for (int i = 0; i < 20; ++i) lines += "1\n";
+                                                  return lines;
+                                              }();
+    const PlayedSignal played(Play(folder.File("once.txt") + " --loop off"));
+    EXPECT_EQ(played.outcome.status, 0) << played.outcome.errors;
+    EXPECT_TRUE(Has(played.outcome.output, "the signal has ended")) << played.outcome.output;
+}
+
+TEST(Play, TellsAnObjectASecondInJson)
+{
+    const PlayedSignal played(VRAX_PROGRAM " --json play ecg --rate 90 --for 2s");
+    EXPECT_EQ(played.outcome.status, 0) << played.outcome.errors;
+    std::istringstream lines(played.outcome.output);
+    std::vector<nlohmann::json> told;
+    for (std::string line; std::getline(lines, line);) told.push_back(nlohmann::json::parse(line));
+    ASSERT_GE(told.size(), 3U);
+    EXPECT_EQ(told[0]["signal"], "ecg");
+    EXPECT_EQ(told[0]["frequency_hz"], 1.5);
+    EXPECT_EQ(told[0]["parameters"]["rate"], "90 1/min");
+    EXPECT_GE(told[1]["elapsed_s"].get<double>(), told[0]["elapsed_s"].get<double>() + 0.9);
+    EXPECT_EQ(told.back()["ended"], "done");
+}
+
+TEST(Play, TellsTheRangeOfAValueThatItRefuses)
+{
+    for (const char* arguments : {"--amplitude 40.5", "--amplitude nan", "--set amplitude=x"}) {
+        const ProgramOutcome run = RunVrax(std::string("play ecg ") + arguments);
+        EXPECT_EQ(run.status, 2);
+        EXPECT_TRUE(Has(run.errors, "amplitude takes -40 to 40 mV")) << run.errors;
+    }
+    EXPECT_TRUE(Has(RunVrax("play ecg --noise 55").errors, "none, 50, 60, 100"));
+    EXPECT_TRUE(Has(RunVrax("play ecg --set colour=1").errors, "no parameter \"colour\""));
+    EXPECT_EQ(RunVrax("play no-such-signal").status, 2);
+}
