@@ -2,8 +2,10 @@
 # shellcheck shell=bash disable=SC2034,SC2154
 
 build_packages=(g++ cmake ninja-build pkg-config libgtest-dev libbenchmark-dev libcli11-dev
-                libfmt-dev libcairo2-dev fonts-dejavu-core)
-ci_packages=(git clang clang-format clang-tidy libclang-rt-14-dev)
+                libfmt-dev man-db python3 libcairo2-dev nlohmann-json3-dev fonts-dejavu-core
+                python3-pytest)
+packaging_packages=(dpkg-dev file gzip)
+ci_packages=(git doxygen clang clang-format clang-tidy libclang-rt-14-dev lintian)
 
 say() { printf '== %s\n' "$*"; }
 
