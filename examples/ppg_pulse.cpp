@@ -22,7 +22,7 @@ constexpr Light kLights[] = {{1, 1000, 10}, {2, 1500, 30}};  // 1 % and 2 %
 int main()
 {
     SetDeviceTimeoutSetting(1000, 200);  // ms: tables are read, on a busy machine as well
-    if (!VRAXConnect(-1, 5000)) return 1;
+    if (!VRAXConnect(-1, 10000)) return 1;
     if (!VRAXIsPPGConnected()) {
         std::fputs("the instrument has no PPG module\n", stderr);
         return 1;
