@@ -82,6 +82,7 @@ public:
 
     ~CLibrary()
     {
+        if (IsForkedChild()) return;
         const bool callsInside = CApiLock::CallsInside() > 0;
         g_ConnectedCallback = nullptr;
         AbortDeviceWaits();

@@ -54,6 +54,7 @@ CAutoMonitor::CAutoMonitor() : enabled_(false) { MakeThread(); }
 
 CAutoMonitor::~CAutoMonitor()
 {
+    if (IsForkedChild()) return;
     g_bStopMonitor = 1;
     s_unloading.SetEvent();
     enabled_.SetEvent();

@@ -111,6 +111,10 @@ private:
 
 // Starts a joinable thread that takes no signal of the application. 1, or 0 when it cannot be made.
 int CreateThread(unsigned long* thread, void* (*start)(void*), void* argument);
+// A child of fork() has neither the library's threads nor a claim to its port and its lock file: its end
+// is not the library's.
+bool IsForkedChild();
+
 // Nothing: threads are reclaimed by JoinThread.
 void CloseThread(unsigned long thread);
 // The join's error code: ESRCH for 0, EDEADLK for the calling thread itself.

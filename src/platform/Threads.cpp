@@ -9,12 +9,16 @@ constexpr unsigned kMsPerSecond = 1000;
 constexpr long kNsPerUs = 1000;
 constexpr long kNsPerMs = 1000000;
 
+const pid_t s_loadedBy = getpid();
+
 void SleepFor(timespec duration)
 {
     while (nanosleep(&duration, &duration) != 0 && errno == EINTR) {
     }
 }
 }  // namespace
+
+bool IsForkedChild() { return getpid() != s_loadedBy; }
 
 int CreateThread(unsigned long* thread, void* (*start)(void*), void* argument)
 {

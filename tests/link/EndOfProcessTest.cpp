@@ -1,6 +1,11 @@
 // The process ends, or the library is unloaded, without VRAXFree.
 
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
 
 #include "support/HostProcess.h"
 #include "support/LinkHost.h"
@@ -33,6 +38,23 @@ const Doing kDoings[] = {
 const Doing kCommandWaits = {"CommandWaits",
                              true,
                              {"connect 0 60000", "play 7", "command", "command"}};
+
+// A program that forks, as an interpreter does, ends the child with exit().
+TEST(EndOfAForkedChild, IsPromptAndLeavesPortAndLockToItsParent)
+{
+    SimulatedInstrument instrument(0);
+    CConnectedHost host;
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) exit(0);
+    int status = -1;
+    const bool ended = Eventually([&] { return waitpid(child, &status, WNOHANG) == child; });
+    if (!ended) kill(child, SIGKILL);
+    ASSERT_TRUE(ended) << "the child does not end";
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(CountLockFiles(), 1);
+    EXPECT_EQ(VRAXGetUSBBusVoltage(), kUsbVoltage);
+}
 
 class EndOfProcess : public testing::TestWithParam<Doing> {
 protected:
