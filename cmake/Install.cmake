@@ -53,8 +53,13 @@ install(FILES ${PROJECT_SOURCE_DIR}/README.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/examples
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
-  FILES_MATCHING REGEX "\\.(md|png|svg|c|cpp|h|py)$"
-  PATTERN draw_ecg EXCLUDE PATTERN __pycache__ EXCLUDE)
+  FILES_MATCHING REGEX "\\.(md|png|svg|c|cpp|h|py|txt)$"
+  PATTERN draw_ecg EXCLUDE PATTERN __pycache__ EXCLUDE
+  # What draws and makes the documents, not what they are.
+  PATTERN docs/reference EXCLUDE REGEX "/docs/.*\\.py$" EXCLUDE PATTERN CMakeLists.txt EXCLUDE)
+install(CODE "set(docs \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DOCDIR}\")"
+  COMPONENT development)
+install(SCRIPT ${PROJECT_SOURCE_DIR}/cmake/InstalledLinks.cmake COMPONENT development)
 set(VRAX_RECORDS_COPYRIGHT "")
 if(VRAX_EC13_RECORDS OR VRAX_NOISE_RECORDS)
   file(READ ${PROJECT_SOURCE_DIR}/packaging/copyright-records VRAX_RECORDS_COPYRIGHT)
@@ -71,5 +76,7 @@ foreach(program vrax_program vrax-instrument)
 endforeach()
 install(FILES ${PROJECT_SOURCE_DIR}/packaging/70-vrax.rules.in
   DESTINATION ${CMAKE_INSTALL_DATADIR}/vrax COMPONENT tools)
-install(FILES ${PROJECT_SOURCE_DIR}/packaging/vrax-instrument.1
-  DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+if(TARGET vrax-instrument)
+  install(FILES ${PROJECT_SOURCE_DIR}/packaging/vrax-instrument.1
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+endif()

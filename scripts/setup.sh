@@ -3,7 +3,7 @@
 
 build_packages=(g++ cmake ninja-build pkg-config libgtest-dev libbenchmark-dev libcli11-dev
                 libfmt-dev man-db python3 libcairo2-dev nlohmann-json3-dev fonts-dejavu-core
-                python3-pytest)
+                python3-pytest python3-mypy)
 packaging_packages=(dpkg-dev file gzip)
 ci_packages=(git doxygen clang clang-format clang-tidy libclang-rt-14-dev lintian)
 

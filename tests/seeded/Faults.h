@@ -2,14 +2,13 @@
 // calls, decided by a seed. Linked into the library that is under test; its own calls alone fail.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 
 namespace seeded {
 
-// What can fail. Waiting for the port (poll, ppoll, select) is one kind, and so are malloc, calloc,
-// realloc and the operators new.
+// What can fail, in the order that scripts/seeded-faults prints. Waiting for the port (poll, ppoll,
+// select) is one kind, and so are malloc, calloc, realloc and the operators new.
 enum Kind {
     kOpen,
     kRead,
@@ -23,10 +22,6 @@ enum Kind {
     kPthreadCreate,
     kKinds
 };
-constexpr std::array<const char*, kKinds> kNames = {"open",          "read",      "write",
-                                                    "poll",          "tcsetattr", "fopen",
-                                                    "opendir",       "malloc",    "timer_create",
-                                                    "pthread_create"};
 
 struct Count {
     std::uint64_t calls;  // while faults were on

@@ -21,13 +21,6 @@ constexpr unsigned kPatientReplyMs = 20000;
 constexpr unsigned kWriteMs = 200;
 constexpr unsigned kPatientWriteMs = 20000;
 
-std::ptrdiff_t CountEntries(const char* directory)
-{
-    return std::distance(std::filesystem::directory_iterator(directory),
-                         std::filesystem::directory_iterator());
-}
-std::ptrdiff_t CountThreads() { return CountEntries("/proc/self/task"); }
-
 void TellFaults()
 {
     std::string text;

@@ -149,7 +149,7 @@ void CommandsWhilePlaying(Pass& pass)
         double second = 0.0;
         return VRAXReadRLD(&first, &second) == 1;
     });
-    pass.Do("VRAXSetRespiration", [] { return VRAXSetRespiration(1000, 15, 1, 500, 0) >= 0; });
+    pass.Do("VRAXSetRespiration", [] { return VRAXSetRespiration(1000, 15, 1, 500, 0) == 1; });
     Stop(pass);
     AskForTheVoltage(pass);
     Free(pass);
@@ -271,7 +271,7 @@ void Calibration(Pass& pass)
     });
     pass.Do("ClearCalibrationCache", [] { return Set(ClearCalibrationCache()); });
     pass.Do("VRAXExternalRespiratorySetBaseline",
-            [] { return VRAXExternalRespiratorySetBaseline(1, 0) >= 0; });
+            [] { return VRAXExternalRespiratorySetBaseline(1, 0) == 1; });
     Free(pass);
 }
 

@@ -37,7 +37,6 @@ struct Settings {
 struct Told {
     std::string step = "the start";
     std::string faults = "-";
-    std::string result;  // of a step that gave something else
     std::string failure;
     int released = 0;  // steps that came back once the output was switched off
 
@@ -49,7 +48,6 @@ struct Told {
         const auto value = line.substr(semicolon + 1);
         if (key == "step") step = value;
         if (key == "faults") faults = value;
-        if (key == "result") result = value;
         if (key == "failed") failure = value;
         if (key == "released") ++released;
     }
@@ -117,9 +115,7 @@ std::string Judge(int status, bool ended, const Told& told)
 {
     if (!ended) return "does not come back: " + told.step;
     if (WIFSIGNALED(status)) return fmt::format("signal {}: {}", WTERMSIG(status), told.step);
-    if (!told.failure.empty()) {
-        return told.result.empty() ? told.failure : told.failure + ", gives " + told.result;
-    }
+    if (!told.failure.empty()) return told.failure;
     if (WEXITSTATUS(status) != 0) {
         return fmt::format("status {}: {}", WEXITSTATUS(status), told.step);
     }

@@ -6,13 +6,12 @@
 
 #include <algorithm>
 #include <condition_variable>
-#include <filesystem>
-#include <iterator>
 #include <mutex>
 #include <string>
 #include <vector>
 
 #include "instrument/SimulatedInstrument.h"
+#include "support/Descriptors.h"
 #include "support/TempDir.h"
 #include "support/Waiting.h"
 #include "vrax.h"
@@ -132,10 +131,4 @@ inline std::string LockFilePath(int port)
     return "/var/lock/tessarin.ACM" + std::to_string(port) + ".lock";
 }
 
-inline std::ptrdiff_t CountEntries(const char* directory)
-{
-    return std::distance(std::filesystem::directory_iterator(directory),
-                         std::filesystem::directory_iterator());
-}
-inline std::ptrdiff_t CountThreads() { return CountEntries("/proc/self/task"); }
 inline std::ptrdiff_t CountLockFiles() { return CountEntries("/var/lock"); }

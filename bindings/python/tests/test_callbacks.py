@@ -7,6 +7,7 @@ import threading
 import weakref
 
 import pytest
+from waiting import eventually
 
 import vrax
 
@@ -81,8 +82,8 @@ def test_what_a_callback_raises_is_raised_by_the_next_call_once(offline, calls):
     offline.play(vrax.OutputFunction.SINE)
     points.wait(1)
     with pytest.raises(LookupError, match="at 0 s") as caught:
-        while True:  # the callback may still be on its way out
-            offline.ecg.amplitude = 2.0
+        # The callback may still be on its way out.
+        eventually(lambda: setattr(offline.ecg, "amplitude", 2.0))
     assert caught.traceback[-1].name == "fail"
     offline.events.on_signal(None)
     try:
@@ -146,19 +147,17 @@ def test_a_signal_may_be_stopped_from_a_callback(offline, calls):
     offline.events.on_signal(points)
     offline.play(vrax.OutputFunction.SINE)
     points.wait(1)
-    deadline = threading.Event()
-    while offline.is_playing and not deadline.wait(0.01):
-        pass
+    assert eventually(lambda: not offline.is_playing)
     assert offline.function == vrax.OutputFunction.OFF
 
 
-def test_a_refused_registration_leaves_the_callback_before_in_place(offline, calls):
-    kept = Listener()
-    seen = weakref.ref(kept)
+def test_a_callback_that_was_refused_is_released(offline):
+    refused = Listener()
+    seen = weakref.ref(refused)
     with pytest.raises(vrax.VraxError) as caught:
-        offline.sensor.on_sample(0, kept)
+        offline.sensor.on_sample(0, refused)
     assert caught.value.code == -1  # no instrument
-    del kept, caught
+    del refused, caught
     gc.collect()
     assert seen() is None
 

@@ -6,12 +6,15 @@ import os
 import subprocess
 import sys
 from array import array
+from ctypes import c_double, c_int
 
 import header
 import pytest
 
 import vrax
+from vrax import loading
 from vrax.errors import failure
+from vrax.loading import NativeFunction
 
 
 def test_a_refused_value_tells_function_code_and_meaning_and_the_old_one_stays(offline):
@@ -23,6 +26,18 @@ def test_a_refused_value_tells_function_code_and_meaning_and_the_old_one_stays(o
     assert caught.value.meaning == "out of range"
     assert str(caught.value) == "VRAXSetAmplitude gave -2: out of range"
     assert offline.ecg.amplitude == 40.0
+
+
+def test_a_function_takes_as_many_arguments_as_in_c():
+    with pytest.raises(TypeError, match="VRAXSetAmplitude takes 1 arguments, 2 were given"):
+        NativeFunction("VRAXSetAmplitude", c_int, (c_double,))(1.0, 2.0)
+
+
+def test_the_end_of_a_forked_process_does_not_end_the_connection_of_its_parent():
+    ended = []
+    loading._end(lambda: ended.append("child"), os.getpid() + 1)
+    loading._end(lambda: ended.append("own"), os.getpid())
+    assert ended == ["own"]
 
 
 def test_without_a_connection_parameters_are_refused_with_minus_one():
@@ -103,7 +118,7 @@ def test_a_missing_library_is_told_with_what_to_do():
     ended = run("import vrax; vrax.connect()", VRAX_LIBRARY="/nowhere/libvrax.so")
     assert ended.returncode == 1
     last = ended.stderr.strip().splitlines()[-1]
-    assert last.startswith("vrax.library.LibraryNotFoundError: libvrax cannot be loaded (/nowhere")
+    assert last.startswith("vrax.loading.LibraryNotFoundError: libvrax cannot be loaded (/nowhere")
     assert "VRAX_LIBRARY" in last
 
 
@@ -120,4 +135,4 @@ def test_a_library_that_is_another_one_is_told_so():
     ended = run("import vrax; vrax.connect()", VRAX_LIBRARY="libm.so.6")
     assert ended.returncode == 1
     last = ended.stderr.strip().splitlines()[-1]
-    assert last.startswith("vrax.library.LibraryNotFoundError: libm.so.6 has no VRAX")
+    assert last.startswith("vrax.loading.LibraryNotFoundError: libm.so.6 has no VRAX")

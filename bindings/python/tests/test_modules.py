@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import pytest
+from waiting import eventually
 
 import vrax
 
@@ -74,6 +75,19 @@ def test_photodiode_samples_come_until_sampling_is_stopped(ppg, calls):
     assert len(samples.seen) == count
 
 
+def test_a_refused_registration_leaves_the_listener_before_in_place(ppg, calls):
+    told, refused = calls(), calls()
+    ppg.sensor.on_sample(2, told)
+    ppg.sensor.start_sampling()
+    with pytest.raises(vrax.VraxError) as caught:
+        ppg.sensor.on_sample(2, refused)
+    assert caught.value.code == -3  # sampling runs
+    told.wait(len(told.seen) + 100)
+    ppg.sensor.stop_sampling()
+    ppg.sensor.disable_sampling()
+    assert not refused.seen
+
+
 def test_a_pulse_is_told_with_its_levels(ppg, calls):
     points = calls()
     wave = vrax.PPG_WAVEFORM(waveform=2, frequency=1.0, dc=1000.0, ac=10.0, ledSync=1)
@@ -109,11 +123,18 @@ def test_a_resistance_has_three_codes_within_their_elements(breathing):
     breathing.respiration.set_resistance(55.0)
 
 
-def test_breathing_reaches_the_control_block(breathing, simulated):
+def test_breathing_sets_the_baseline_of_the_module_and_its_code(breathing, simulated):
+    def requests(kind):
+        return [exchange.request for exchange in simulated.exchanges() if exchange.kind == kind]
+
     breathing.respiration.enable()
-    before = {exchange.request for exchange in simulated.exchanges()}
+    written = len(requests("respiration module write"))
     breathing.respiration.set(1000, 15, 2, 500, 10)
-    simulated.wait_for(lambda exchange: exchange.request not in before)
+    assert eventually(lambda: len(requests("respiration module write")) > written)
+    # 500 ohms are the module's baseline 3; lead code 1 is lead I.
+    assert requests("respiration baseline write")[-1] == bytes((0xCC, 0xFF, 0x0E, 0x00, 3, 1))
+    code = breathing.respiration.baseline_code(3)
+    assert requests("respiration module write")[-1][10:12] == code.to_bytes(2, "big")
     with pytest.raises(vrax.VraxError) as caught:
         breathing.respiration.set(1000, 201, 2, 500, 10)
     assert caught.value.code == 0

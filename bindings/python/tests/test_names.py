@@ -8,7 +8,7 @@ import re
 import header
 
 from vrax import native
-from vrax.library import NativeFunction
+from vrax.loading import NativeFunction
 
 # VRAXSetDCOffsetCommonMode() for languages without a boolean type.
 ONLY_NATIVE = {"SetDCOffsetCommoneMode"}

@@ -74,6 +74,14 @@ def test_a_rendered_sine_is_a_sine_of_half_the_amplitude(offline):
         assert value == pytest.approx(1.5 * math.sin(2 * math.pi * 5.0 * i / rate), abs=1e-6)
 
 
+@pytest.mark.parametrize("kind", [bytes, bytearray, memoryview])
+def test_bytes_are_numbers_and_not_the_memory_of_numbers(offline, kind):
+    offline.recordings.set(kind(bytes(range(16))), 250)
+    assert offline.recordings.current().samples == array("d", range(16))
+    with pytest.raises(ValueError, match="24 values where 12 are needed"):
+        offline.respiration.write_baseline_codes(kind(bytes(24)))
+
+
 def test_a_record_comes_back_sample_for_sample(offline):
     for samples in (array("d", [0.5, -0.25, 1.0]), [0.5, -0.25, 1.0], (0.5, -0.25, 1)):
         offline.recordings.set(samples, 250)

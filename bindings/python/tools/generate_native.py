@@ -193,7 +193,7 @@ def group_text(group: Group, types: Types) -> str:
     names = (["TYPE_CHECKING"] if own_noted or pointer else []) + used(["Optional"], body)
     if names:
         lines += [f"from typing import {', '.join(names)}"]
-    lines += ["", "from vrax.library import NativeFunction"]
+    lines += ["", "from vrax.loading import NativeFunction"]
     if own_native:
         lines += import_lines("vrax.native.types", own_native, 0)
     if own_noted or pointer:

@@ -19,7 +19,7 @@ from vrax.instrument import (
     connect,
     listen,
 )
-from vrax.library import LibraryNotFoundError, load
+from vrax.loading import LibraryNotFoundError, load
 from vrax.native import (
     MODEL_INFORMATION,
     PPG_WAVEFORM,

@@ -29,6 +29,8 @@ def codes(values: Codes, kind: Type[Any], typecode: str) -> Array[Any]:
 def _take(kind: Type[Any], typecode: str, values: Any) -> Array[Any]:
     taken = values if isinstance(values, array) and values.typecode == typecode else None
     if taken is None:
+        if isinstance(values, (bytes, bytearray)):
+            values = memoryview(values)  # array takes bytes as the memory of its numbers
         taken = array(typecode, values)
     buffer: Array[Any] = (kind * len(taken)).from_buffer(taken)
     return buffer

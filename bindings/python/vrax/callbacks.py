@@ -62,6 +62,13 @@ class Slot:
                     self._error = error
             return self._answer_on_error
 
+    def raise_error(self) -> None:
+        """Raises what the function of this slot has raised, if it has."""
+        with _lock:
+            error = self.take_error()
+        if error is not None:
+            raise error
+
     def take_error(self) -> Optional[BaseException]:
         """The exception that is kept, and forgets it. Under the module's lock."""
         error, self._error = self._error, None

@@ -179,7 +179,8 @@ class Calibration:
     def write(values: Codes) -> None:
         """Replaces the table, writes it to the instrument's flash and then to the file. Takes about
         12 seconds; the flash is not erased."""
-        call(native.WriteDCCalibrationData, codes(values, c_uint, "I"), len(values))
+        taken = codes(values, c_uint, "I")
+        call(native.WriteDCCalibrationData, taken, len(taken))
 
     @staticmethod
     def ppg_dc_codes(row: int) -> array[int]:
@@ -234,5 +235,7 @@ def _burn(burn: Callable[[native.types.Callback], int], progress: Optional[Progr
     results = []
     _burn_slot.register(step, lambda callback: results.append(burn(callback)))
     _burn_slot.release()
-    raise_pending()  # what the progress function raised says more than "cancelled"
+    # What the progress function raised says more than "cancelled". What another callback raised
+    # would hide whether the image was burnt: the next call raises that.
+    _burn_slot.raise_error()
     check(burn.__name__, results[0])

@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 from ctypes import byref, c_double, c_uint16, c_uint32, c_ushort
-from typing import TYPE_CHECKING, Callable, List, Optional, Tuple
+from typing import TYPE_CHECKING, Callable, List, Optional, Sized, Tuple, TypeVar
 
 from vrax import native
 from vrax.buffers import codes, doubles
@@ -26,7 +26,10 @@ _sample_slots = [Slot(native.VRAXPPGSamplingCallback) for _ in range(PHOTODIODES
 _pulse_slots = [Slot(native.VRAXOutputPPGCallback) for _ in range(CHANNELS)]
 
 
-def _of_length(values: Codes, expected: int) -> Codes:
+V = TypeVar("V", bound=Sized)
+
+
+def _of_length(values: V, expected: int) -> V:
     if len(values) != expected:
         raise ValueError(f"{len(values)} values where {expected} are needed")
     return values
@@ -59,19 +62,19 @@ class Respiration:
     @staticmethod
     def set_samples(ohms: Samples, rate: int) -> None:
         """The resistance that the external module plays over and over, in ohms above 50."""
-        call(native.VRAXSetRespirationRawData, doubles(ohms), len(ohms), rate)
+        taken = doubles(ohms)
+        call(native.VRAXSetRespirationRawData, taken, len(taken), rate)
 
     @staticmethod
     def write_third_resistances(ohms: Samples) -> None:
         """Stores the 96 resistances of the third element in the module's flash. Does not erase."""
-        if len(ohms) != THIRD_RESISTANCES:
-            raise ValueError(f"{len(ohms)} values where {THIRD_RESISTANCES} are needed")
-        call(native.VRAXExternalRespiratoryWriteRDAC3, doubles(ohms))
+        taken = _of_length(doubles(ohms), THIRD_RESISTANCES)
+        call(native.VRAXExternalRespiratoryWriteRDAC3, taken)
 
     @staticmethod
     def write_baseline_codes(values: Codes) -> None:
         """Stores the 12 baseline codes in the module's flash. Does not erase."""
-        taken = codes(_of_length(values, BASELINES), c_ushort, "H")
+        taken = _of_length(codes(values, c_ushort, "H"), BASELINES)
         call(native.VRAXWriteRespirationBaselineDACTable, taken)
 
     @staticmethod
@@ -104,10 +107,11 @@ class Ppg:
         led: int, dc: Samples, ac: Samples, rate: float, led_sync: int = 1, invert: int = 0
     ) -> None:
         """A channel's pulse as one period of samples, DC and AC parts in millivolts."""
-        if len(dc) != len(ac):
-            raise ValueError(f"{len(dc)} DC values and {len(ac)} AC values")
         taken = doubles(dc), doubles(ac)
-        call(native.VRAXSetPPGRawData, led, led_sync, invert, len(dc), *taken, rate)
+        count = len(taken[0])
+        if len(taken[1]) != count:
+            raise ValueError(f"{count} DC values and {len(taken[1])} AC values")
+        call(native.VRAXSetPPGRawData, led, led_sync, invert, count, *taken, rate)
 
     @staticmethod
     def on_pulse(led: int, function: Optional[Callable[[float, float], None]]) -> None:

@@ -10,6 +10,7 @@ from __future__ import annotations
 
 import os
 import shlex
+import subprocess
 import sys
 from typing import Iterator, List, Optional
 
@@ -71,7 +72,9 @@ def pytest_runtestloop(session: pytest.Session) -> None:
 
 def _start_again(config: pytest.Config) -> None:
     own = [sys.argv[0]] if os.path.basename(sys.argv[0]) in SCRIPTS else ["-m", "pytest"]
-    command = [sys.executable, *own, *config.invocation_params.args]
+    # The interpreter's own options, such as -X and -W, belong to the second start as well.
+    flags = subprocess._args_from_interpreter_flags()  # type: ignore[attr-defined]
+    command = [sys.executable, *flags, *own, *config.invocation_params.args]
     capture = config.pluginmanager.getplugin("capturemanager")
     if capture is not None:
         capture.stop_global_capturing()

@@ -132,7 +132,8 @@ class Recordings:
     @staticmethod
     def set(millivolts: Samples, rate: int) -> None:
         """Takes a copy of samples as the record."""
-        call(native.SetRawArray, len(millivolts), doubles(millivolts), rate)
+        taken = doubles(millivolts)
+        call(native.SetRawArray, len(taken), taken, rate)
 
     @staticmethod
     def current() -> Record:

@@ -14,7 +14,7 @@ from __future__ import annotations
 from ctypes import POINTER, c_bool, c_int, c_long, c_size_t, c_uint, c_ushort, c_char_p, c_void_p
 from typing import TYPE_CHECKING, Optional
 
-from vrax.library import NativeFunction
+from vrax.loading import NativeFunction
 
 if TYPE_CHECKING:
     from ctypes import _Pointer

@@ -12,7 +12,7 @@ from __future__ import annotations
 from ctypes import c_int
 from typing import TYPE_CHECKING
 
-from vrax.library import NativeFunction
+from vrax.loading import NativeFunction
 from vrax.native.types import (
     VRAXBaselineResetCallback, VRAXOutputSignalCallback, VRAXPacingOutputSignalCallback,
     VRAXStandardWaveformCallback, VRAXSyncDCOffsetCallback, VRAXSyncFrequencyCallback,

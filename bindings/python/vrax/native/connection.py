@@ -10,7 +10,7 @@ from __future__ import annotations
 from ctypes import c_bool, c_int, c_long, c_uint
 from typing import TYPE_CHECKING
 
-from vrax.library import NativeFunction
+from vrax.loading import NativeFunction
 from vrax.native.types import VRAXConnectedCallback
 
 if TYPE_CHECKING:

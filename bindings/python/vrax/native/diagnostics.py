@@ -11,7 +11,7 @@ from __future__ import annotations
 from ctypes import POINTER, c_bool, c_double, c_int, c_char_p
 from typing import TYPE_CHECKING, Optional
 
-from vrax.library import NativeFunction
+from vrax.loading import NativeFunction
 
 if TYPE_CHECKING:
     from vrax.native.types import PointerTo

@@ -13,7 +13,7 @@ from __future__ import annotations
 from ctypes import POINTER, c_bool, c_double, c_int
 from typing import TYPE_CHECKING
 
-from vrax.library import NativeFunction
+from vrax.loading import NativeFunction
 
 if TYPE_CHECKING:
     from vrax.native.types import PointerTo

@@ -17,7 +17,7 @@ from __future__ import annotations
 from ctypes import POINTER, c_char, c_int, c_char_p
 from typing import TYPE_CHECKING, Optional
 
-from vrax.library import NativeFunction
+from vrax.loading import NativeFunction
 
 if TYPE_CHECKING:
     from ctypes import _Pointer

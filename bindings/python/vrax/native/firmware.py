@@ -34,7 +34,7 @@ from __future__ import annotations
 from ctypes import POINTER, c_int, c_char_p
 from typing import TYPE_CHECKING, Optional
 
-from vrax.library import NativeFunction
+from vrax.loading import NativeFunction
 from vrax.native.types import VRAXBurnCallback
 
 if TYPE_CHECKING:

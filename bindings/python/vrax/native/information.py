@@ -13,7 +13,7 @@ from __future__ import annotations
 from ctypes import POINTER, c_bool, c_int, c_uint, c_char_p, c_void_p
 from typing import TYPE_CHECKING, Optional
 
-from vrax.library import NativeFunction
+from vrax.loading import NativeFunction
 from vrax.native.types import MODEL_INFORMATION
 
 if TYPE_CHECKING:

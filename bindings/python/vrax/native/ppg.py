@@ -22,7 +22,7 @@ from __future__ import annotations
 from ctypes import POINTER, c_bool, c_double, c_int
 from typing import TYPE_CHECKING
 
-from vrax.library import NativeFunction
+from vrax.loading import NativeFunction
 from vrax.native.types import PPG_WAVEFORM
 
 if TYPE_CHECKING:

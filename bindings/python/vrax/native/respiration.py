@@ -17,7 +17,7 @@ from __future__ import annotations
 from ctypes import POINTER, c_double, c_int, c_uint, c_ushort
 from typing import TYPE_CHECKING
 
-from vrax.library import NativeFunction
+from vrax.loading import NativeFunction
 
 if TYPE_CHECKING:
     from vrax.native.types import PointerTo

@@ -13,7 +13,7 @@ from __future__ import annotations
 from ctypes import POINTER, c_bool, c_int, c_uint16, c_uint32, c_void_p
 from typing import TYPE_CHECKING
 
-from vrax.library import NativeFunction
+from vrax.loading import NativeFunction
 from vrax.native.types import VRAXOutputPPGCallback, VRAXPPGSamplingCallback
 
 if TYPE_CHECKING:

@@ -9,7 +9,7 @@ from __future__ import annotations
 
 from ctypes import c_bool, c_double, c_int
 
-from vrax.library import NativeFunction
+from vrax.loading import NativeFunction
 
 __all__ = [
     "VRAXSetAmplitude",

@@ -10,7 +10,7 @@ from __future__ import annotations
 
 from typing import Optional
 
-from vrax.library import NativeFunction
+from vrax.loading import NativeFunction
 from vrax.native.types import VRAXSynchronizationSignal
 
 __all__ = [

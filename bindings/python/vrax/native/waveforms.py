@@ -12,7 +12,7 @@ from __future__ import annotations
 from ctypes import POINTER, c_double, c_int, c_uint, c_char_p
 from typing import TYPE_CHECKING, Optional
 
-from vrax.library import NativeFunction
+from vrax.loading import NativeFunction
 
 if TYPE_CHECKING:
     from ctypes import _Pointer

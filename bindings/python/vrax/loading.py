@@ -46,9 +46,15 @@ def load() -> ctypes.CDLL:
     with _lock:
         if _library is None:
             library = _open()
-            atexit.register(_look_up(library, "VRAXFree"))
+            atexit.register(_end, _look_up(library, "VRAXFree"), os.getpid())
             _library = library
         return _library
+
+
+def _end(free: Any, process: int) -> None:
+    # A child of fork() has neither the threads of the library nor the lock of the port.
+    if os.getpid() == process:
+        free()
 
 
 def _open() -> ctypes.CDLL:
@@ -83,6 +89,10 @@ class NativeFunction(Generic[R]):
         self._function: Any = None
 
     def __call__(self, *arguments: object) -> R:
+        if len(arguments) != len(self.arguments):
+            raise TypeError(
+                f"{self.name} takes {len(self.arguments)} arguments, {len(arguments)} were given"
+            )
         if self._function is None:
             function = _look_up(load(), self.name)
             function.restype = self.result
