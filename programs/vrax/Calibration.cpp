@@ -12,6 +12,7 @@
 
 #include "CalibrationTable.h"
 #include "Interruption.h"
+#include "NewFile.h"
 #include "vrax.h"
 
 namespace vrax {
@@ -26,6 +27,7 @@ constexpr auto kLook = std::chrono::milliseconds(100);
 struct Options {
     std::string file;
     bool isAnswered = false;
+    bool isReplacing = false;
 };
 
 std::string InstrumentName()
@@ -50,9 +52,11 @@ void ShowCodes(const Program& program, const CalibrationTable& table)
     }
 }
 
-void ShowTable(Program& program, const std::string& source, const CalibrationTable& table)
+void ShowTable(Program& program, const std::string& source, const CalibrationTable& table,
+               bool isFile)
 {
-    const std::string fault = FindFault(table);
+    std::string fault = FindFault(table);
+    if (fault.empty() && isFile) fault = FindFileFault(table);
     if (program.IsJson()) {
         program.PrintJson({{"source", source},
                            {"valid", fault.empty()},
@@ -70,18 +74,17 @@ void ShowTable(Program& program, const std::string& source, const CalibrationTab
 int RunShow(Program& program, const Options& options)
 {
     if (!options.file.empty()) {
-        ShowTable(program, options.file, ReadCalibrationFile(options.file));
+        ShowTable(program, options.file, ReadCalibrationFile(options.file), true);
         return kDone;
     }
     program.ConnectInstrument();
     const CalibrationTable table = CurrentCalibration();
     const CalibrationSource source = FindCalibrationSource(program.HasCalibrationFile());
     VRAXFree();
-    ShowTable(program, NameOf(source), table);
+    ShowTable(program, NameOf(source), table, source == CalibrationSource::File);
     return kDone;
 }
 
-// In full or not at all: the old file stays until the new one is complete.
 void WriteFile(const std::string& path, const CalibrationTable& table)
 {
     std::vector<char> bytes;
@@ -89,19 +92,17 @@ void WriteFile(const std::string& path, const CalibrationTable& table)
         bytes.push_back(static_cast<char>(code & 0xFF));
         bytes.push_back(static_cast<char>(code >> 8));
     }
-    const std::string unfinished = path + ".new";
-    std::ofstream file(unfinished, std::ios::binary | std::ios::trunc);
+    NewFile newFile(path);
+    std::ofstream file(newFile.UnfinishedPath(), std::ios::binary);
     file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     file.close();
-    if (!file || std::rename(unfinished.c_str(), path.c_str()) != 0) {
-        std::remove(unfinished.c_str());
-        throw Failure(fmt::format("{} cannot be written", path),
-                      "check the folder's permissions and room");
-    }
+    if (!file) throw Failure(fmt::format("{} cannot be written", path), "is the disk full?");
+    newFile.Finish();
 }
 
 int RunSave(Program& program, const Options& options)
 {
+    CheckTarget(options.file, options.isReplacing);
     program.ConnectInstrument();
     const CalibrationTable table = CurrentCalibration();
     const CalibrationSource source = FindCalibrationSource(program.HasCalibrationFile());
@@ -116,7 +117,9 @@ int RunSave(Program& program, const Options& options)
         program.PrintJson(
             {{"file", options.file}, {"instrument", instrument}, {"source", NameOf(source)}});
     } else {
-        fmt::print("saved the calibration of {} in {}\n", instrument, options.file);
+        const bool isOwn = source == CalibrationSource::Instrument;
+        fmt::print("saved the calibration of {} in {}{}\n", instrument, options.file,
+                   isOwn ? "" : ", from the file in --calibration-dir");
     }
     return kDone;
 }
@@ -141,12 +144,30 @@ bool Await(const Program& program, const std::string& what, double aboutSeconds,
     return result.get();
 }
 
-void WriteToInstrument(const Program& program, const CalibrationTable& table)
+// The library removes the file of that directory together with the instrument's own table.
+void RefuseCalibrationDirectory(const Program& program)
 {
+    if (!program.HasCalibrationDirectory()) return;
+    throw Failure("nothing was written: calibration.dat in that directory would be removed too",
+                  "leave out --calibration-dir", kWrongUsage);
+}
+
+Failure NotErased(const std::string& instrument)
+{
+    return {fmt::format("the calibration of {} could not be erased and may still be there",
+                        instrument),
+            "check the cable, look with vrax calibration show, and try again"};
+}
+
+void WriteToInstrument(const Program& program, const std::string& instrument,
+                       const CalibrationTable& table)
+{
+    if (!Await(program, "erasing", kEraseSeconds, ClearDCCalibrationData)) {
+        throw NotErased(instrument);
+    }
     const std::vector<unsigned> values(table.begin(), table.end());
-    const bool isWritten = Await(program, "writing", kEraseSeconds + kWriteSeconds, [&values] {
-        return ClearDCCalibrationData() &&
-               WriteDCCalibrationData(values.data(), static_cast<long>(values.size()));
+    const bool isWritten = Await(program, "writing", kWriteSeconds, [&values] {
+        return WriteDCCalibrationData(values.data(), static_cast<long>(values.size()));
     });
     if (!isWritten || !ReadDCCalibrationData() || CurrentCalibration() != table) {
         throw Failure("the table could not be written: the instrument has no whole calibration now",
@@ -156,18 +177,21 @@ void WriteToInstrument(const Program& program, const CalibrationTable& table)
 
 int RunWrite(Program& program, const Options& options)
 {
+    RefuseCalibrationDirectory(program);
     const CalibrationTable table = ReadCalibrationFile(options.file);
     const std::string fault = FindFault(table);
     if (!fault.empty()) {
         throw Failure(fmt::format("nothing was written: {} {}", options.file, fault),
                       "take the file of a whole calibration");
     }
+    const std::string remark = FindFileFault(table);
+    if (!remark.empty()) fmt::print(stderr, "vrax: {} {}\n", options.file, remark);
     program.CheckCanAsk(options.isAnswered);
     program.ConnectInstrument();
     const std::string instrument = InstrumentName();
     program.Confirm(fmt::format("Replace the calibration of {} by {}?", instrument, options.file),
                     options.isAnswered);
-    WriteToInstrument(program, table);
+    WriteToInstrument(program, instrument, table);
     VRAXFree();
     if (program.IsJson()) {
         program.PrintJson({{"file", options.file}, {"instrument", instrument}, {"written", true}});
@@ -179,16 +203,14 @@ int RunWrite(Program& program, const Options& options)
 
 int RunClear(Program& program, const Options& options)
 {
+    RefuseCalibrationDirectory(program);
     program.CheckCanAsk(options.isAnswered);
     program.ConnectInstrument();
     const std::string instrument = InstrumentName();
     program.Confirm(fmt::format("Erase the calibration of {}?", instrument), options.isAnswered);
     const bool isErased = Await(program, "erasing", kEraseSeconds, ClearDCCalibrationData);
     VRAXFree();
-    if (!isErased) {
-        throw Failure(fmt::format("the calibration of {} could not be erased", instrument),
-                      "check the cable and try again");
-    }
+    if (!isErased) throw NotErased(instrument);
     if (program.IsJson()) program.PrintJson({{"instrument", instrument}, {"erased", true}});
     else fmt::print("erased the calibration of {}: it plays by a straight line now\n", instrument);
     return kDone;
@@ -215,9 +237,11 @@ void AddCalibrationCommand(CLI::App& app, Program& program)
     AddAction(*command, program, "show", "Shows the table in use, or that of a file.", options,
               RunShow)
         .add_option("FILE", options->file, "a file instead of the instrument");
-    AddAction(*command, program, "save", "Saves the table in a file.", options, RunSave)
-        .add_option("FILE", options->file, "8002 bytes: 4001 codes for -2000 to 2000 mV")
+    CLI::App& save =
+        AddAction(*command, program, "save", "Saves the table in a file.", options, RunSave);
+    save.add_option("FILE", options->file, "8002 bytes: 4001 codes for -2000 to 2000 mV")
         ->required();
+    save.add_flag("--force", options->isReplacing, "replace a file that is there");
     CLI::App& write = AddAction(*command, program, "write",
                                 "Writes the table of a file to the instrument.", options, RunWrite);
     write.add_option("FILE", options->file, "as written by save")->required();

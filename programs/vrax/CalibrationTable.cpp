@@ -70,9 +70,14 @@ std::string FindFault(const CalibrationTable& table)
         return fmt::format("has no code for {} mV, and all from -{} to {} mV are needed", MvOf(i),
                            kNeededMv, kNeededMv);
     }
+    return "";
+}
+
+std::string FindFileFault(const CalibrationTable& table)
+{
     for (std::size_t i = kRefusedFirst; i <= kRefusedLast; ++i) {
         if (table[i] != kRefusedCode) continue;
-        return fmt::format("has the code {} for {} mV, with which its file is refused",
+        return fmt::format("has the code {} for {} mV, with which applications refuse its file",
                            kRefusedCode, MvOf(i));
     }
     return "";

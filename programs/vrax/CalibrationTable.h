@@ -20,8 +20,10 @@ enum class CalibrationSource { File, Instrument, StraightLine };
 const char* NameOf(CalibrationSource source);
 
 // What is wrong with a table, as an end of a sentence that begins with the table's name; empty
-// when nothing is. The library takes such a table for never calibrated, or refuses its file.
+// when nothing is. The library takes such a table for never calibrated.
 std::string FindFault(const CalibrationTable& table);
+// The same for the file of a table that an instrument may well have: the library refuses it.
+std::string FindFileFault(const CalibrationTable& table);
 
 // Throws Failure when the file cannot be read or has another length.
 CalibrationTable ReadCalibrationFile(const std::string& path);

@@ -95,7 +95,7 @@ void CheckHost(const Program& program, Report& report)
     report.Add(CheckPorts(paths, program.Port()));
     for (const int port : ports) report.Add(CheckPermission(paths, port));
     report.Add(CheckLockDirectory(paths));
-    for (const Finding& finding : CheckLocks(paths)) report.Add(finding);
+    for (const Finding& finding : CheckLocks(paths, program.Port())) report.Add(finding);
     if (program.IsSimulated()) {
         report.Add({"modem", Verdict::Ok, "ModemManager does not see a simulated instrument", ""});
     } else {
@@ -155,8 +155,10 @@ void CheckFirmware(const InstrumentFacts& facts, Report& report)
 
 void CheckCalibration(const Program& program, Report& report)
 {
-    const std::string fault = FindFault(CurrentCalibration());
+    const CalibrationTable table = CurrentCalibration();
     const CalibrationSource source = FindCalibrationSource(program.HasCalibrationFile());
+    const std::string fault = FindFault(table);
+    const std::string fileFault = FindFileFault(table);
     if (source == CalibrationSource::StraightLine) {
         report.Add({"calibration", Verdict::Warning,
                     "the instrument is not calibrated: DC offsets follow a straight line",
@@ -164,6 +166,9 @@ void CheckCalibration(const Program& program, Report& report)
     } else if (!fault.empty()) {
         report.Add({"calibration", Verdict::Failure, "the table " + fault,
                     "write a whole one with vrax calibration write"});
+    } else if (!fileFault.empty()) {
+        report.Add({"calibration", Verdict::Warning, "the table " + fileFault,
+                    "let applications use the instrument's own table instead of a file"});
     } else {
         report.Add(
             {"calibration", Verdict::Ok, fmt::format("valid, from the {}", NameOf(source)), ""});

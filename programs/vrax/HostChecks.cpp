@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <optional>
+#include <utility>
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -105,14 +106,17 @@ std::string PermissionAdvice(const struct stat& node)
     return fmt::format("sudo usermod -aG {} {}, then log out and in again", group, user);
 }
 
-bool IsAlive(pid_t process) { return kill(process, 0) == 0 || errno == EPERM; }
+// 0 and below would mean whole groups of processes.
+bool IsAlive(pid_t process) { return process > 0 && (kill(process, 0) == 0 || errno == EPERM); }
 
-Finding CheckLock(const HostPaths& paths, int port)
+// Nothing when it was removed meanwhile.
+std::optional<Finding> CheckLock(const HostPaths& paths, int port)
 {
     const std::string path = fmt::format("{}/{}{}{}", paths.lock, kLockPrefix, port, kLockSuffix);
     Finding finding{"lock", Verdict::Failure, "", ""};
     const int file = open(path.c_str(), O_RDWR | O_CLOEXEC);
     if (file < 0) {
+        if (errno == ENOENT) return std::nullopt;
         struct stat info {};
         const bool isThere = stat(path.c_str(), &info) == 0;
         finding.text = fmt::format("{} belongs to {}, so that port {} stays closed", path,
@@ -123,7 +127,7 @@ Finding CheckLock(const HostPaths& paths, int port)
     pid_t owner = 0;
     const ssize_t count = read(file, &owner, sizeof owner);
     close(file);
-    if (count < static_cast<ssize_t>(sizeof owner)) {
+    if (count < static_cast<ssize_t>(sizeof owner) || owner <= 0) {
         finding.text = fmt::format("{} has no process id and keeps port {} closed", path, port);
         finding.advice = fmt::format("rm {}", path);
         return finding;
@@ -228,11 +232,21 @@ Finding CheckLockDirectory(const HostPaths& paths)
                         paths.lock)};
 }
 
-Findings CheckLocks(const HostPaths& paths)
+Findings CheckLocks(const HostPaths& paths, int wanted)
 {
-    Findings findings;
+    std::vector<int> freePorts = ListPorts(paths);
+    std::vector<std::pair<int, Finding>> locks;
     for (const int port : Numbers(paths.lock, kLockPrefix, kLockSuffix)) {
-        findings.push_back(CheckLock(paths, port));
+        std::optional<Finding> finding = CheckLock(paths, port);
+        if (!finding) continue;
+        if (finding->verdict == Verdict::Failure) std::erase(freePorts, port);
+        locks.emplace_back(port, *finding);
+    }
+    Findings findings;
+    for (auto& [port, finding] : locks) {
+        const bool isOther = wanted < 0 ? !freePorts.empty() : port != wanted;
+        if (isOther && finding.verdict == Verdict::Failure) finding.verdict = Verdict::Warning;
+        findings.push_back(finding);
     }
     return findings;
 }

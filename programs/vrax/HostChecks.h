@@ -38,8 +38,9 @@ Finding CheckPermission(const HostPaths& paths, int port);
 // Whether lock files can be made.
 Finding CheckLockDirectory(const HostPaths& paths);
 
-// One finding for each lock file, of ports that are not there too.
-Findings CheckLocks(const HostPaths& paths);
+// One finding for each lock file, of ports that are not there too. A port in use is a failure when
+// it is `wanted`, or when -1 = any is and no port is free.
+Findings CheckLocks(const HostPaths& paths, int wanted = -1);
 
 // ModemManager takes new ports for modems and talks to them, unless udev marks them.
 Finding CheckModemManager(const HostPaths& paths, const std::vector<int>& ports);

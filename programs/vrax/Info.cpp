@@ -15,7 +15,7 @@ namespace {
 struct Answer {
     InstrumentFacts instrument;
     CalibrationSource source;
-    std::string library;
+    std::string libraryVersion;
 };
 
 Json ToJson(const ModuleFacts& module)
@@ -47,7 +47,7 @@ Json ToJson(const Answer& answer, const Program& program)
             {"module", ToJson(facts.module)},
             {"calibration", NameOf(answer.source)},
             {"usbBusVoltage", facts.busVoltage},
-            {"library", answer.library}};
+            {"library", answer.libraryVersion}};
 }
 
 class Table {
@@ -103,7 +103,7 @@ void Show(const Answer& answer, const Program& program)
     table.Add("USB voltage", facts.busVoltage == 0 ? "not told"
                                                    : fmt::format("{} on the instrument's own scale",
                                                                  facts.busVoltage));
-    table.Add("library", answer.library);
+    table.Add("library", answer.libraryVersion);
 }
 
 int RunInfo(Program& program)

@@ -1,9 +1,11 @@
 #include "Interruption.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <limits>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -37,7 +39,8 @@ void NoteSignal(int)
 Interruption::Interruption()
 {
     if (s_depth++ > 0) return;
-    if (pipe2(s_pipe, O_CLOEXEC | O_NONBLOCK) != 0) throw Failure("no descriptor is left", "");
+    if (pipe2(s_pipe, O_CLOEXEC | O_NONBLOCK) != 0)
+        throw Failure("no descriptor is left", "close other programs, or raise ulimit -n");
     s_isAsked = false;
     struct sigaction action {};
     action.sa_handler = NoteSignal;
@@ -72,7 +75,8 @@ bool Interruption::WaitFor(std::chrono::milliseconds time)
             std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
         if (left.count() <= 0) return false;
         pollfd descriptor = {s_pipe[0], POLLIN, 0};
-        poll(&descriptor, 1, static_cast<int>(left.count()));
+        constexpr auto kLongest = std::numeric_limits<int>::max();
+        poll(&descriptor, 1, static_cast<int>(std::min<long>(left.count(), kLongest)));
     }
     return true;
 }

@@ -17,8 +17,15 @@ using Names = std::vector<std::string>;
 
 constexpr double kSecondsPerMinute = 60.0;
 constexpr int kStandardPulse = 3;
+constexpr int kOutOfRange = -2;  // of the calls that return 0 when they have done it
+constexpr char kPpgModule[] = "a PPG module";
+constexpr char kRespirationModule[] = "the external respiration module";
 constexpr std::array kShapeParts = {"-notch", "-dicrotic", "-peak-time", "-notch-time",
                                     "-dicrotic-time"};
+
+// Ohm, of the instrument without the module.
+constexpr int kLeastOwnBaseline = 500;
+constexpr int kMostOwnBaseline = 2500;
 
 // Where the parts of a standard pulse stand: parts of its period and of its height.
 constexpr double kPeakTime = 0.15;
@@ -32,7 +39,8 @@ struct Call {
     const char* function;
     Names parameters;
     int (*make)(const Values& values);
-    bool isOneDone = false;  // calls that return 1, not 0, when they have done it
+    bool isOneDone = false;        // calls that return 1, not 0, when they have done it
+    const char* module = nullptr;  // without which it is refused
 };
 
 std::string Ranges(const Names& names)
@@ -53,6 +61,26 @@ std::string Asked(const Values& values, const Names& names)
     return fmt::format("{}", fmt::join(texts, ", "));
 }
 
+bool HasModule(const char* module)
+{
+    return module == kPpgModule ? VRAXIsPPGConnected() : VRAXRespirationModuleIsConnected() == 1;
+}
+
+// Ranges were looked at before: what the library refuses has another reason mostly.
+Failure Refused(const Call& call, const Values& values, int result)
+{
+    const std::string sentence =
+        fmt::format("{} refused {} ({})", call.function, Asked(values, call.parameters), result);
+    if (!call.isOneDone && result == kOutOfRange) return {sentence, Ranges(call.parameters)};
+    if (!VRAXIsConnected()) {
+        return {sentence, "the instrument was lost: plug it in and start anew", kNoInstrument};
+    }
+    if (call.module != nullptr && !HasModule(call.module)) {
+        return {sentence, fmt::format("it needs {}; vrax info tells what is fitted", call.module)};
+    }
+    return {sentence, "the instrument did not answer: check its cable, or ask vrax doctor"};
+}
+
 void Make(const Call& call, const Values& values)
 {
     const bool isGiven = std::any_of(call.parameters.begin(), call.parameters.end(),
@@ -60,9 +88,7 @@ void Make(const Call& call, const Values& values)
     if (!isGiven) return;
     const int result = call.make(values);
     if (call.isOneDone ? result == 1 : result >= 0) return;
-    throw Failure(fmt::format("{} refused {} ({})", call.function, Asked(values, call.parameters),
-                              result),
-                  Ranges(call.parameters));
+    throw Refused(call, values, result);
 }
 
 double Frequency(const Values& values)
@@ -89,9 +115,14 @@ int SetLoop(const Values& values)
 
 int SetImpedance(const Values& values)
 {
+    const int baseline =
+        std::stoi(FindParameter("impedance-baseline")
+                      .words.at(static_cast<std::size_t>(values["impedance-baseline"])));
+    const bool isOwn = baseline >= kLeastOwnBaseline && baseline <= kMostOwnBaseline;
+    if (!isOwn && VRAXRespirationModuleIsConnected() == 0) return 0;
     if (VRAXEnableRespiration(1) != 1) return 0;
     return VRAXSetRespiration(values.Int("impedance"), values.Int("impedance-rate"),
-                              values.Int("impedance-ratio"), values.Int("impedance-baseline"),
+                              values.Int("impedance-ratio"), baseline,
                               values.Int("impedance-apnea"));
 }
 
@@ -204,11 +235,6 @@ const std::vector<Call>& DisturbanceCalls()
         {"VRAXSetECG2_27_AAMIDriftTest",
          {"drift"},
          [](V v) { return VRAXSetECG2_27_AAMIDriftTest(v.IsOn("drift")); }},
-        {"VRAXSetRespiration",
-         {"impedance", "impedance-rate", "impedance-ratio", "impedance-baseline",
-          "impedance-apnea"},
-         SetImpedance,
-         true},
         {"VRAXSetRespirationAlgorithm",
          {"breathing-rate", "breathing-ratio", "breathing-apnea", "breathing-baseline",
           "breathing-amplitude", "breathing-frequency"},
@@ -236,42 +262,76 @@ const std::vector<Call>& PpgCalls()
              VRAXSetPTTp(v.Int("ppg-transit-time"));
              return 0;
          }},
+    };
+    return calls;
+}
+
+// What the instrument and its modules keep themselves, and lose without power.
+const std::vector<Call>& ModuleCalls()
+{
+    using V = const Values&;
+    static const std::vector<Call> calls = {
+        {"VRAXSetRespiration",
+         {"impedance", "impedance-rate", "impedance-ratio", "impedance-baseline",
+          "impedance-apnea"},
+         SetImpedance,
+         true,
+         kRespirationModule},
         {"VRAXSetLEDAmbientLightMode",
          {"ambient-light"},
-         [](V v) { return VRAXSetLEDAmbientLightMode(v.Int("ambient-light")); }},
+         [](V v) { return VRAXSetLEDAmbientLightMode(v.Int("ambient-light")); },
+         false,
+         kPpgModule},
         {"SetDynamicLight",
          {"dynamic-light"},
-         [](V v) { return SetDynamicLight(v.Int("dynamic-light")); }},
+         [](V v) { return SetDynamicLight(v.Int("dynamic-light")); },
+         false,
+         kPpgModule},
         {"VRAXEnableDynamicLEDStrength",
          {"dynamic-strength"},
          [](V v) -> int { return VRAXEnableDynamicLEDStrength(v.IsOn("dynamic-strength")); },
-         true},
+         true,
+         kPpgModule},
         {"VRAXEnableFPGASampling",
          {"strength-detection"},
          [](V v) -> int { return VRAXEnableFPGASampling(v.IsOn("strength-detection")); },
-         true},
+         true,
+         kPpgModule},
         {"VRAXConfigureTransmissionRate",
          {"transmission-rate"},
          [](V v) -> int { return VRAXConfigureTransmissionRate(v.Int("transmission-rate")); },
-         true},
+         true,
+         kPpgModule},
         {"SetPPGTriggerLevel",
          {"trigger-level1"},
-         [](V v) { return SetPPGTriggerLevel(1, v.Int("trigger-level1")); }},
+         [](V v) { return SetPPGTriggerLevel(1, v.Int("trigger-level1")); },
+         false,
+         kPpgModule},
         {"SetPPGTriggerLevel",
          {"trigger-level2"},
-         [](V v) { return SetPPGTriggerLevel(2, v.Int("trigger-level2")); }},
+         [](V v) { return SetPPGTriggerLevel(2, v.Int("trigger-level2")); },
+         false,
+         kPpgModule},
         {"SetPPGTriggerLevel",
          {"trigger-level3"},
-         [](V v) { return SetPPGTriggerLevel(3, v.Int("trigger-level3")); }},
+         [](V v) { return SetPPGTriggerLevel(3, v.Int("trigger-level3")); },
+         false,
+         kPpgModule},
         {"SetPPGLedLevel",
          {"led-level1"},
-         [](V v) { return SetPPGLedLevel(1, v.Int("led-level1")); }},
+         [](V v) { return SetPPGLedLevel(1, v.Int("led-level1")); },
+         false,
+         kPpgModule},
         {"SetPPGLedLevel",
          {"led-level2"},
-         [](V v) { return SetPPGLedLevel(2, v.Int("led-level2")); }},
+         [](V v) { return SetPPGLedLevel(2, v.Int("led-level2")); },
+         false,
+         kPpgModule},
         {"SetPPGLedLevel",
          {"led-level3"},
-         [](V v) { return SetPPGLedLevel(3, v.Int("led-level3")); }},
+         [](V v) { return SetPPGLedLevel(3, v.Int("led-level3")); },
+         false,
+         kPpgModule},
     };
     return calls;
 }
@@ -367,11 +427,18 @@ void SetParameters(const Values& values)
         if (HasPulse(values, led)) SetPulse(values, led);
     }
     for (const Call& call : PpgCalls()) Make(call, values);
+    for (const Call& call : ModuleCalls()) Make(call, values);
 }
 
 void SetPlayingParameters(const Values& values)
 {
     for (const Call& call : PlayingCalls()) Make(call, values);
+}
+
+void SetParametersAgain(const Values& values)
+{
+    for (const Call& call : ModuleCalls()) Make(call, values);
+    SetPlayingParameters(values);
 }
 
 }  // namespace vrax

@@ -9,6 +9,7 @@
 
 #include "Interruption.h"
 #include "ParameterCalls.h"
+#include "Quantities.h"
 #include "SignalOptions.h"
 #include "vrax.h"
 
@@ -56,7 +57,8 @@ private:
     void Start();
     End Follow();
     void WatchConnection();
-    void Show(bool isLast);
+    void Show();
+    void TellLoss(const std::string& text);
     void TellEnd(End end, double played);
     Json Status() const;
 
@@ -65,6 +67,7 @@ private:
     const double seconds_;
     const bool isLive_ = Program::IsTerminal(stdout) && !program_.IsJson();
     bool isConnected_ = true;
+    int losses_ = 0;  // of the instrument, which came back
     double seen_ = 0.0;
     Clock::time_point lastProgress_ = Clock::now();
     Clock::time_point lastShown_ = {};
@@ -83,13 +86,25 @@ void Player::Start()
     std::fflush(stdout);
 }
 
+void Player::TellLoss(const std::string& text)
+{
+    fmt::print(stderr, "{}{} after {:.1f} s of signal\n", isLive_ ? kClearLine : "", text, seen_);
+}
+
 // The library finds an instrument again that was unplugged; no longer than that is waited.
 void Player::WatchConnection()
 {
     const double seen = s_signalSeconds;
+    const bool wasConnected = isConnected_;
     isConnected_ = VRAXIsConnected();
     if (isConnected_ && seen > seen_) lastProgress_ = Clock::now();
     seen_ = seen;
+    if (wasConnected && !isConnected_) TellLoss("the instrument was lost");
+    if (!wasConnected && isConnected_) {
+        ++losses_;
+        TellLoss("the instrument is back");
+        SetParametersAgain(request_.values);
+    }
     const std::chrono::duration<double> stands = Clock::now() - lastProgress_;
     if (stands.count() < program_.TimeoutSeconds()) return;
     VRAXFree();
@@ -102,9 +117,9 @@ End Player::Follow()
     for (;;) {
         if (Interruption::WaitFor(kLook)) return End::Asked;
         WatchConnection();
-        if (seconds_ > 0.0 && seen_ >= seconds_) return End::Time;
+        if (isConnected_ && seconds_ > 0.0 && seen_ >= seconds_) return End::Time;
         if (VRAXGetOutputFunction() == OUTPUT_OFF) return End::Signal;
-        Show(false);
+        Show();
     }
 }
 
@@ -128,11 +143,11 @@ Json Player::Status() const
     return status;
 }
 
-void Player::Show(bool isLast)
+void Player::Show()
 {
     const auto now = Clock::now();
     const Clock::duration pause = program_.IsJson() ? Clock::duration(kTell) : kShow;
-    if (!isLast && now - lastShown_ < pause) return;
+    if (now - lastShown_ < pause) return;
     lastShown_ = now;
     if (program_.IsJson()) program_.PrintJsonLine(Status());
     if (!isLive_) return;
@@ -150,16 +165,23 @@ void Player::TellEnd(End end, double played)
                             : end == End::Signal ? "the signal has ended"
                                                  : "done";
     if (program_.IsJson()) {
-        program_.PrintJsonLine({{"ended", why}, {"elapsed_s", played}});
+        program_.PrintJsonLine({{"ended", why},
+                                {"elapsed_s", std::round(played * 1000.0) / 1000.0},
+                                {"losses", losses_}});
         return;
     }
-    fmt::print("{}{} after {:.1f} s, output off\n", isLive_ ? kClearLine : "", why, played);
+    const std::string losses = losses_ == 0 ? ""
+                               : losses_ == 1
+                                   ? ", the instrument was away once"
+                                   : fmt::format(", the instrument was away {} times", losses_);
+    fmt::print("{}{} after {:.1f} s{}, output off\n", isLive_ ? kClearLine : "", why, played,
+               losses);
 }
 
 int Play(Program& program, const PlayOptions& options)
 {
     if (options.signal.isListWanted) {
-        ListSignals();
+        ListSignals(program);
         return kDone;
     }
     const SignalRequest request = ReadRequest(options.signal);
@@ -167,6 +189,7 @@ int Play(Program& program, const PlayOptions& options)
         throw Failure("one channel can be played at a time", "give --channel one number",
                       kWrongUsage);
     }
+    TellRemarks(request);
     const Interruption interruption;
     program.ConnectInstrument();
     try {
@@ -184,9 +207,11 @@ void AddPlayCommand(CLI::App& app, Program& program)
     CLI::App* const command = app.add_subcommand("play", "Play a signal until it is stopped");
     const auto options = std::make_shared<PlayOptions>();
     AddSignalOptions(*command, options->signal);
-    AddDuration(*command, "--for", options->seconds, "play so long; until Ctrl-C without it");
+    AddDuration(*command, "--for", options->seconds, "play so long; until Ctrl-C without it",
+                Least::AboveZero);
     command->footer(
-        "Ctrl-C switches the output off and ends the connection. With --json an object a second.\n"
+        "Ctrl-C switches the output off and ends the connection. Exit status: 0, but 130 where it\n"
+        "comes before the end of --for. With --json an object a second.\n"
         "--timeout is also how long an instrument may be away that was unplugged meanwhile.");
     program.SetAction(*command, [&program, options] { return Play(program, *options); });
 }

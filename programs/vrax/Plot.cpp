@@ -2,9 +2,13 @@
 
 #include <filesystem>
 #include <memory>
+#include <stdexcept>
 
 #include <fmt/format.h>
 
+#include "Interruption.h"
+#include "NewFile.h"
+#include "Quantities.h"
 #include "SignalOptions.h"
 #include "SignalRun.h"
 #include "StripChart.h"
@@ -22,6 +26,7 @@ struct PlotOptions {
     double seconds = 10.0;
     double pixelsPerInch = kUsualResolution;
     std::string path;
+    bool isReplacing = false;
 };
 
 Chart MakeChart(const SignalRequest& request, const PlotOptions& options)
@@ -45,13 +50,9 @@ Chart MakeChart(const SignalRequest& request, const PlotOptions& options)
     return chart;
 }
 
-int Plot(Program& program, const PlotOptions& options)
+void CheckPicture(const SignalRequest& request, const PlotOptions& options)
 {
-    if (options.signal.isListWanted) {
-        ListSignals();
-        return kDone;
-    }
-    const SignalRequest request = ReadRequest(options.signal);
+    if (options.path.empty()) throw NoTarget(".png, .svg or .pdf");
     const std::string extension = std::filesystem::path(options.path).extension().string();
     if (extension != ".png" && extension != ".svg" && extension != ".pdf") {
         throw Failure(fmt::format("\"{}\" names no picture", options.path),
@@ -61,8 +62,37 @@ int Plot(Program& program, const PlotOptions& options)
         throw Failure(fmt::format("{:g} s are too long for a picture", options.seconds),
                       fmt::format("--for takes up to {:g} s", kMostSeconds), kWrongUsage);
     }
+    CheckTarget(options.path, options.isReplacing, SourcesOf(request.signal));
+}
+
+// Whether nothing is left to do.
+bool Prepare(Program& program, const PlotOptions& options)
+{
+    if (options.signal.isListWanted) {
+        ListSignals(program);
+        return true;
+    }
+    CheckPicture(ReadRequest(options.signal), options);
+    return false;
+}
+
+int Plot(Program& program, const PlotOptions& options)
+{
+    const Interruption interruption;
+    const SignalRequest request = ReadRequest(options.signal);
+    TellRemarks(request);
+    NewFile file(options.path);
+    program.SetCalibrationDirectory();
     const Chart chart = MakeChart(request, options);
-    DrawChart(chart, options.path);
+    try {
+        DrawChart(chart, file.UnfinishedPath());
+    } catch (const std::runtime_error&) {
+        throw Failure(
+            fmt::format("{} cannot be written", options.path),
+            "is the disk full? A .png may have 32767 pixels in height: try a lower --dpi");
+    }
+    if (Interruption::IsAsked()) throw Failure("interrupted", "", kInterrupted);
+    file.Finish();
     if (program.IsJson()) {
         program.PrintJson({{"file", options.path}, {"strips", chart.strips.size()}});
         return kDone;
@@ -78,15 +108,19 @@ void AddPlotCommand(CLI::App& app, Program& program)
     CLI::App* const command = app.add_subcommand("plot", "Draw a signal on ECG paper");
     const auto options = std::make_shared<PlotOptions>();
     AddSignalOptions(*command, options->signal);
-    AddDuration(*command, "--for", options->seconds, "so long from the start on [10s]");
-    command->add_option("-o,--output", options->path, "the file: .png .svg .pdf")->required();
+    AddDuration(*command, "--for", options->seconds, "so long from the start on [10s]",
+                Least::AboveZero);
+    command->add_option("-o,--output", options->path, "the file: .png .svg .pdf");
+    command->add_flag("--force", options->isReplacing, "replace a file that is there");
     command->add_option("--dpi", options->pixelsPerInch, "pixels an inch of a .png")
-        ->check(CLI::Range(50.0, 600.0))
+        ->check(FiniteRange(50.0, 600.0))
         ->capture_default_str();
     command->footer(
         "25 mm/s and 10 mm/mV, ten seconds a row, without the DC offset. Pacing pulses are spikes\n"
         "of one height. The samples come as in vrax render; no instrument is used.");
-    program.SetOfflineAction(*command, [&program, options] { return Plot(program, *options); });
+    program.SetOfflineAction(
+        *command, [&program, options] { return Prepare(program, *options); },
+        [&program, options] { return Plot(program, *options); });
 }
 
 }  // namespace vrax

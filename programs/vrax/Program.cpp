@@ -11,6 +11,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include "Quantities.h"
 #include "vrax.h"
 
 namespace vrax {
@@ -63,11 +64,12 @@ void Program::AddOptions(CLI::App& app)
     app.require_subcommand(1);
     app.footer(kStatuses);
     app.set_version_flag("--version", [] { return fmt::format("vrax {}", VRAXGetSDKVersion()); });
-    app.add_flag("--json", isJson_, "answer with one JSON object");
+    app.add_flag("--json", isJson_,
+                 "answer in JSON: one object, or a line for each event of play and replay");
     app.add_option("--port", port_, "n of /dev/ttyACM<n>; all are searched without it")
         ->check(CLI::Range(0, 127));
     app.add_option("--timeout", timeoutSeconds_, "seconds to wait for the instrument")
-        ->check(CLI::Range(0.0, kMaxTimeoutSeconds))
+        ->check(FiniteRange(0.0, kMaxTimeoutSeconds))
         ->capture_default_str();
     app.add_option("--calibration-dir", calibrationDirectory_,
                    "calibrate by the file calibration.dat in this directory, which is made from "
@@ -93,9 +95,11 @@ void Program::SetAction(CLI::App& command, std::function<int()> action)
     command.callback([this, action = std::move(action)] { action_ = action; });
 }
 
-void Program::SetOfflineAction(CLI::App& command, std::function<int()> action)
+void Program::SetOfflineAction(CLI::App& command, std::function<bool()> prepare,
+                               std::function<int()> action)
 {
-    command.callback([this, action = std::move(action)] {
+    command.callback([this, prepare = std::move(prepare), action = std::move(action)] {
+        prepare_ = prepare;
         action_ = action;
         isOffline_ = true;
     });
@@ -110,6 +114,7 @@ int Program::Run(CLI::App& app)
         return ShowUsage(app, error);
     }
     try {
+        if (!isInsideSimulation_ && prepare_()) return kDone;
         if ((isSimulated_ || isOffline_) && !isInsideSimulation_) BecomeSimulated();
         if (isJson_) RedirectOutput();
         return RunAction();
@@ -118,7 +123,7 @@ int Program::Run(CLI::App& app)
     } catch (const Failure& failure) {
         return Show(failure);
     } catch (const std::exception& error) {
-        return Show(Failure(error.what(), ""));
+        return Show(Failure(error.what(), "vrax doctor looks for causes"));
     }
 }
 
@@ -156,7 +161,7 @@ void Program::Confirm(const std::string& question, bool isAnswered) const
     std::string answer;
     std::getline(std::cin, answer);
     if (answer != "y" && answer != "Y" && answer != "yes") {
-        throw Failure("nothing was written: the answer was not yes", "");
+        throw Failure("nothing was written: the answer was not yes", "answer y to go on");
     }
 }
 
@@ -165,7 +170,7 @@ void Program::RedirectOutput()
     const int copy = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
     if (copy >= 0) answers_ = fdopen(copy, "w");
     if (answers_ == nullptr || dup2(STDERR_FILENO, STDOUT_FILENO) < 0) {
-        throw Failure("standard output cannot be used", "");
+        throw Failure("standard output cannot be used", "do not close it");
     }
 }
 

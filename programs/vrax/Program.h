@@ -33,8 +33,10 @@ public:
     void SetAction(CLI::App& command, std::function<int()> action);
 
     // The same for a command that computes a signal without a user's instrument: it runs beside a
-    // private simulated one that takes the stream as fast as it is computed.
-    void SetOfflineAction(CLI::App& command, std::function<int()> action);
+    // private simulated one that takes the stream as fast as it is computed. `prepare` comes before
+    // that: it throws what `action` would for a wrong use, and returns whether all is done already.
+    void SetOfflineAction(CLI::App& command, std::function<bool()> prepare,
+                          std::function<int()> action);
 
     // Reads the command line and runs the action; the exit status of the process.
     int Run(CLI::App& app);
@@ -50,6 +52,9 @@ public:
     // `text` in colour where `stream` shows colours, else as it is.
     std::string Paint(std::FILE* stream, Style style, const std::string& text) const;
 
+    // Tells the library where the file calibration.dat is; part of ConnectInstrument().
+    void SetCalibrationDirectory();
+
     // The answer in JSON mode: once a run, on the real standard output. What the library prints
     // goes to standard error in this mode. Bytes that are no UTF-8 are replaced.
     void PrintJson(const Json& answer);
@@ -63,7 +68,8 @@ public:
     // directory is not looked at, and none is left there.
     void ConnectInstrument();
 
-    // Whether the last connection found a file in the directory of --calibration-dir.
+    // Whether --calibration-dir is given, and whether the last connection found a file in it.
+    bool HasCalibrationDirectory() const { return !calibrationDirectory_.empty(); }
     bool HasCalibrationFile() const { return hasCalibrationFile_; }
 
     // Asks before anything is written to an instrument, unless `isAnswered` (--yes). Throws Failure
@@ -73,7 +79,6 @@ public:
     void CheckCanAsk(bool isAnswered) const;
 
 private:
-    void SetCalibrationDirectory();
     // The process becomes vrax-instrument, which runs this program again beside an instrument.
     [[noreturn]] void BecomeSimulated() const;
     void RedirectOutput();
@@ -83,6 +88,7 @@ private:
     int RunAction();
 
     std::vector<std::string> arguments_;
+    std::function<bool()> prepare_ = [] { return false; };
     std::function<int()> action_;
     std::FILE* answers_ = nullptr;  // JSON mode: the real standard output
     bool isJson_ = false;

@@ -51,7 +51,9 @@ std::string ReadStart(const std::string& path, std::size_t most)
         throw Failure(path + " is a directory", "name a file");
     }
     std::ifstream file(path, std::ios::binary);
-    if (!file) throw Failure(path + " cannot be read: " + std::strerror(errno), "");
+    if (!file)
+        throw Failure(path + " cannot be read: " + std::strerror(errno),
+                      "check the name and its permissions");
     const auto bytes = static_cast<std::size_t>(std::max<std::int64_t>(FileBytes(path), 0));
     std::string start(std::min(most, bytes), '\0');
     file.read(start.data(), static_cast<std::streamsize>(start.size()));

@@ -6,6 +6,8 @@
 
 #include <fmt/format.h>
 
+#include "Interruption.h"
+#include "Quantities.h"
 #include "SampleFiles.h"
 #include "SignalOptions.h"
 #include "SignalRun.h"
@@ -22,9 +24,10 @@ struct RenderOptions {
     SignalOptions signal;
     double seconds = 10.0;
     std::string path;
+    bool isReplacing = false;
 };
 
-using Writer = void (*)(const SampleTable&, const std::string&);
+using Writer = void (*)(const SampleTable&, const NewFiles&);
 struct Format {
     const char* extension;
     Writer write;
@@ -81,18 +84,44 @@ SampleTable MakeTable(const SignalRequest& request, const std::vector<SignalRun>
     return table;
 }
 
-int Render(Program& program, const RenderOptions& options)
+// The files that are written for this name.
+std::vector<std::string> TargetsOf(const std::string& path)
+{
+    if (FormatOf(path).write != WriteWfdb) return {path};
+    return {path, std::filesystem::path(path).replace_extension(".hea").string()};
+}
+
+// Whether nothing is left to do.
+bool Prepare(Program& program, const RenderOptions& options)
 {
     if (options.signal.isListWanted) {
-        ListSignals();
-        return kDone;
+        ListSignals(program);
+        return true;
     }
     const SignalRequest request = ReadRequest(options.signal);
+    if (options.path.empty()) throw NoTarget(".csv, .txt, .edf or .dat");
+    for (const std::string& target : TargetsOf(options.path)) {
+        CheckTarget(target, options.isReplacing, SourcesOf(request.signal));
+    }
+    CheckRunSeconds(options.seconds);
+    return false;
+}
+
+int Render(Program& program, const RenderOptions& options)
+{
+    const Interruption interruption;
+    const SignalRequest request = ReadRequest(options.signal);
+    TellRemarks(request);
     const Format& format = FormatOf(options.path);
+    NewFiles files;
+    for (const std::string& target : TargetsOf(options.path)) files.emplace_back(target);
+    program.SetCalibrationDirectory();
     const auto runs = RunChannels(request, options.seconds);
     const SampleTable table = MakeTable(request, runs, format.hasAll);
     if (table.Count() == 0) throw Failure("the signal has no sample", "try a longer --for");
-    format.write(table, options.path);
+    format.write(table, files);
+    if (Interruption::IsAsked()) throw Failure("interrupted", "", kInterrupted);
+    for (NewFile& file : files) file.Finish();
     std::vector<std::string> names;
     for (const SampleColumn& column : table.columns) names.push_back(column.name);
     if (program.IsJson()) {
@@ -114,16 +143,20 @@ void AddRenderCommand(CLI::App& app, Program& program)
     CLI::App* const command = app.add_subcommand("render", "Write the samples of a signal");
     const auto options = std::make_shared<RenderOptions>();
     AddSignalOptions(*command, options->signal);
-    AddDuration(*command, "--for", options->seconds, "so long from the start on [10s]");
-    command->add_option("-o,--output", options->path, "the file: .csv .txt .edf .dat")->required();
+    AddDuration(*command, "--for", options->seconds, "so long from the start on [10s]",
+                Least::AboveZero);
+    command->add_option("-o,--output", options->path, "the file: .csv .txt .edf .dat");
+    command->add_flag("--force", options->isReplacing, "replace a file that is there");
     command->footer(
         "The samples are those that would be sent to an instrument. They are computed faster than\n"
         "they would play, with a simulated instrument of the run's own; a real one is not used.\n"
         ".csv has a time and all columns. vrax play takes .txt, .edf and .dat again, in which the\n"
         "loaders hold values within 20 mV (.dat: 20.475 mV); .txt has the ECG alone. .edf has\n"
         "whole seconds, the last one filled up with the last sample. A column ppg0 is the pulse\n"
-        "without its DC level, before breathing modulates it.");
-    program.SetOfflineAction(*command, [&program, options] { return Render(program, *options); });
+        "without its DC level, before breathing modulates it. With .dat a header .hea is written.");
+    program.SetOfflineAction(
+        *command, [&program, options] { return Prepare(program, *options); },
+        [&program, options] { return Render(program, *options); });
 }
 
 }  // namespace vrax

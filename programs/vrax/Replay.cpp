@@ -8,6 +8,7 @@
 
 #include "Interruption.h"
 #include "LogLines.h"
+#include "Quantities.h"
 #include "SignalOptions.h"
 #include "vrax.h"
 
@@ -16,6 +17,7 @@ namespace vrax {
 namespace {
 
 constexpr double kUsualPause = 1.0;  // s
+constexpr char kStopped[] = "stopped";
 
 struct ReplayOptions {
     std::string path;
@@ -62,7 +64,8 @@ Log ReadLog(const ReplayOptions& options)
             ++log.skipped;
         }
     }
-    if (file.bad()) throw Failure(options.path + " cannot be read to its end", "");
+    if (file.bad())
+        throw Failure(options.path + " cannot be read to its end", "copy it to another disk");
     return log;
 }
 
@@ -107,20 +110,48 @@ bool MakeCall(Program& program, const ReplayOptions& options, const LogCall& cal
     return result.isDone;
 }
 
-int MakeCalls(Program& program, const ReplayOptions& options, const Log& log)
-{
+struct Outcome {
+    const char* ended = "done";
+    int calls = 0;  // that were made
     int refused = 0;
+};
+
+Outcome MakeCalls(Program& program, const ReplayOptions& options, const Log& log)
+{
+    Outcome outcome;
     const double pause = options.isFast ? 0.0 : options.pauseSeconds;
     for (const LogCall& call : log.calls) {
         const bool isFirst = &call == &log.calls.front();
-        if (!isFirst && IsInterruptedWithin(pause)) return kInterrupted;
+        if (!isFirst && IsInterruptedWithin(pause)) {
+            outcome.ended = kStopped;
+            return outcome;
+        }
+        ++outcome.calls;
         if (MakeCall(program, options, call)) continue;
-        ++refused;
-        if (options.isStrict) break;
+        ++outcome.refused;
+        if (!options.isStrict) continue;
+        outcome.ended = "refused";
+        return outcome;
     }
-    if (IsInterruptedWithin(options.holdSeconds)) return kInterrupted;
-    if (refused == 0) return kDone;
-    throw Failure(fmt::format("{} of {} calls were refused", refused, log.calls.size()),
+    if (IsInterruptedWithin(options.holdSeconds)) outcome.ended = kStopped;
+    return outcome;
+}
+
+int TellOutcome(Program& program, const Outcome& outcome, const Log& log)
+{
+    if (program.IsJson()) {
+        program.PrintJsonLine({{"ended", outcome.ended},
+                               {"calls", outcome.calls},
+                               {"refused", outcome.refused},
+                               {"left_out", log.skipped}});
+    }
+    if (outcome.ended == kStopped) {
+        throw Failure(fmt::format("interrupted after {} of {} calls", outcome.calls,
+                                  log.calls.size()),
+                      "", kInterrupted);
+    }
+    if (outcome.refused == 0) return kDone;
+    throw Failure(fmt::format("{} of {} calls were refused", outcome.refused, outcome.calls),
                   "compare the modules and the firmware with those of the logged run");
 }
 
@@ -128,17 +159,24 @@ int Replay(Program& program, const ReplayOptions& options)
 {
     const Log log = ReadLog(options);
     if (options.isDry) return List(program, log);
+    Signal record;
+    if (!options.record.empty()) record = FindSignal(options.record, "");
+    if (record.builtIn != nullptr) {
+        throw Failure(fmt::format("\"{}\" is a built-in signal", options.record),
+                      "--record takes a file", kWrongUsage);
+    }
     const Interruption interruption;
     program.ConnectInstrument();
+    Outcome outcome;
     try {
-        if (!options.record.empty()) LoadRecord(FindSignal(options.record, ""), options.channel);
-        const int status = MakeCalls(program, options, log);
-        VRAXFree();
-        return status;
+        if (!options.record.empty()) LoadRecord(record, options.channel);
+        outcome = MakeCalls(program, options, log);
     } catch (...) {
         VRAXFree();
         throw;
     }
+    VRAXFree();
+    return TellOutcome(program, outcome, log);
 }
 
 }  // namespace
@@ -148,9 +186,11 @@ void AddReplayCommand(CLI::App& app, Program& program)
     CLI::App* const command = app.add_subcommand("replay", "Make the calls of an API log again");
     const auto options = std::make_shared<ReplayOptions>();
     command->add_option("LOG", options->path, "written by EnableSaveLog()")->required();
-    AddDuration(*command, "--pause", options->pauseSeconds, "from one call to the next [1s]");
+    AddDuration(*command, "--pause", options->pauseSeconds, "from one call to the next [1s]",
+                Least::Zero);
     command->add_flag("--fast", options->isFast, "no pause");
-    AddDuration(*command, "--for", options->holdSeconds, "play on so long after the last call");
+    AddDuration(*command, "--for", options->holdSeconds, "play on so long after the last call",
+                Least::Zero);
     command->add_option("--record", options->record, "the file that a logged run had loaded");
     command->add_option("--channel", options->channel, "of that file")->check(CLI::Range(0, 255));
     command->add_flag("--dry-run", options->isDry, "list the calls; no instrument is needed");

@@ -21,7 +21,9 @@ constexpr std::size_t kMostWfdbSignals = 18;
 
 class OutputFile {
 public:
-    explicit OutputFile(const std::string& path) : path_(path), file_(path, std::ios::binary) {}
+    explicit OutputFile(const NewFile& file)
+        : path_(file.Path()), file_(file.UnfinishedPath(), std::ios::binary)
+    {}
 
     void Write(const std::string& text) { file_ << text; }
     void WriteWord(int value)
@@ -83,9 +85,9 @@ std::string EdfHeader(const SampleTable& table, std::size_t records)
 
 }  // namespace
 
-void WriteCsv(const SampleTable& table, const std::string& path)
+void WriteCsv(const SampleTable& table, const NewFiles& files)
 {
-    OutputFile file(path);
+    OutputFile file(files.front());
     std::string line = "time_s";
     for (const SampleColumn& column : table.columns) line += "," + column.name + "_mv";
     file.Write(line + "\n");
@@ -98,7 +100,7 @@ void WriteCsv(const SampleTable& table, const std::string& path)
     file.Close();
 }
 
-void WriteText(const SampleTable& table, const std::string& path)
+void WriteText(const SampleTable& table, const NewFiles& files)
 {
     const auto check = [](const std::string& line) {
         if (line.size() <= kLongestTextLine) return;
@@ -110,7 +112,7 @@ void WriteText(const SampleTable& table, const std::string& path)
         names += (names.empty() ? "" : ",") + column.name;
     }
     check(names);
-    OutputFile file(path);
+    OutputFile file(files.front());
     file.Write(
         fmt::format("{:g}\n{}\n{}\n{}\n", table.rate, table.Count(), table.columns.size(), names));
     for (std::size_t i = 0; i < table.Count(); ++i) {
@@ -124,11 +126,11 @@ void WriteText(const SampleTable& table, const std::string& path)
     file.Close();
 }
 
-void WriteEdf(const SampleTable& table, const std::string& path)
+void WriteEdf(const SampleTable& table, const NewFiles& files)
 {
     const auto rate = static_cast<std::size_t>(std::lround(table.rate));
     const std::size_t records = (table.Count() + rate - 1) / rate;
-    OutputFile file(path);
+    OutputFile file(files.front());
     file.Write(EdfHeader(table, records));
     for (std::size_t record = 0; record < records; ++record) {
         for (const SampleColumn& column : table.columns) {
@@ -140,16 +142,16 @@ void WriteEdf(const SampleTable& table, const std::string& path)
     file.Close();
 }
 
-void WriteWfdb(const SampleTable& table, const std::string& path)
+void WriteWfdb(const SampleTable& table, const NewFiles& files)
 {
     if (table.columns.size() > kMostWfdbSignals) {
         throw Failure(fmt::format("a header has room for {} signals", kMostWfdbSignals),
                       "render fewer channels", kWrongUsage);
     }
-    std::filesystem::path headerPath = path;
-    const std::string name = headerPath.filename().string();
-    const std::string record = headerPath.stem().string();
-    OutputFile header(headerPath.replace_extension(".hea").string());
+    const std::filesystem::path path = files.front().Path();
+    const std::string name = path.filename().string();
+    const std::string record = path.stem().string();
+    OutputFile header(files.at(1));
     header.Write(
         fmt::format("{} {} {:g} {}\n", record, table.columns.size(), table.rate, table.Count()));
     for (const SampleColumn& column : table.columns) {
@@ -162,7 +164,7 @@ void WriteWfdb(const SampleTable& table, const std::string& path)
                                  column.name));
     }
     header.Close();
-    OutputFile file(path);
+    OutputFile file(files.front());
     for (std::size_t i = 0; i < table.Count(); ++i) {
         for (const SampleColumn& column : table.columns) file.WriteWord(Digital(column, i));
     }

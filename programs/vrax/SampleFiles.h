@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "NewFile.h"
+
 namespace vrax {
 
 struct SampleColumn {
@@ -19,13 +21,14 @@ struct SampleTable {
     std::size_t Count() const { return columns.empty() ? 0 : columns.front().mv.size(); }
 };
 
+// Each writes the unfinished `files`, one but for WFDB.
 // A line for each sample: time_s, then <name>_mv for each column.
-void WriteCsv(const SampleTable& table, const std::string& path);
+void WriteCsv(const SampleTable& table, const NewFiles& files);
 // The text format of VRAXLoadECGtxt().
-void WriteText(const SampleTable& table, const std::string& path);
+void WriteText(const SampleTable& table, const NewFiles& files);
 // EDF+ in microvolts, data records of one second; the last one is filled up with the last sample.
-void WriteEdf(const SampleTable& table, const std::string& path);
-// WFDB in format 16: `path` is the signal file, the header stands beside it as .hea.
-void WriteWfdb(const SampleTable& table, const std::string& path);
+void WriteEdf(const SampleTable& table, const NewFiles& files);
+// WFDB in format 16: the signal file and its header.
+void WriteWfdb(const SampleTable& table, const NewFiles& files);
 
 }  // namespace vrax

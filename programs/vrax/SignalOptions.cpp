@@ -10,6 +10,8 @@ namespace vrax {
 
 namespace {
 
+constexpr double kSecondsPerMinute = 60.0;
+
 void AddParameter(CLI::App& command, const Parameter& parameter, SignalOptions& options)
 {
     const auto store = [&options, name = parameter.name](const std::string& text) {
@@ -36,9 +38,37 @@ std::pair<std::string, std::string> Split(const std::string& text)
 void CheckChannels(const SignalRequest& request)
 {
     const Signal& signal = request.signal;
-    if (signal.builtIn == nullptr || signal.builtIn->function == OUTPUT_ANE20000) return;
-    throw Failure(fmt::format("{} has no channels", signal.Name()),
-                  "--channel is for files and for ane20000", kWrongUsage);
+    if (signal.builtIn == nullptr) return;
+    if (signal.builtIn->function != OUTPUT_ANE20000) {
+        throw Failure(fmt::format("{} has no channels", signal.Name()),
+                      "--channel is for files and for ane20000", kWrongUsage);
+    }
+    if (request.values.Has("ane-lead")) {
+        throw Failure("--channel and --ane-lead are the same here", "give one of them",
+                      kWrongUsage);
+    }
+    const int most = static_cast<int>(FindParameter("ane-lead").high);
+    for (const int channel : request.channels) {
+        if (channel <= most) continue;
+        throw Failure(fmt::format("ane20000 has no lead {}", channel),
+                      fmt::format("--channel takes 0 to {} with it", most), kWrongUsage);
+    }
+}
+
+// Above its ceiling a signal plays at the ceiling.
+void CutFrequency(SignalRequest& request)
+{
+    if (request.signal.builtIn == nullptr) return;
+    const double mostHz = request.signal.builtIn->mostHz;
+    for (const auto& [name, most] :
+         {std::pair{"frequency", mostHz}, {"rate", mostHz * kSecondsPerMinute}}) {
+        if (!request.values.Has(name) || request.values[name] <= most) continue;
+        const Parameter& parameter = FindParameter(name);
+        request.remarks.push_back(fmt::format("{} plays at {} instead of {}, its highest {}",
+                                              request.signal.Name(), ValueText(parameter, most),
+                                              ValueText(parameter, request.values[name]), name));
+        request.values.Set(name, fmt::format("{}", most));
+    }
 }
 
 }  // namespace
@@ -59,6 +89,7 @@ void AddSignalOptions(CLI::App& command, SignalOptions& options)
         ->check(CLI::IsMember(FormatWords()));
     command.add_option("--channel", options.channels, "of the file, or lead of ane20000; from 0")
         ->delimiter(',')
+        ->allow_extra_args(false)
         ->check(CLI::Range(0, kMostChannels - 1));
     command.add_option("--set", options.sets, "a parameter in another form, as in amplitude=2")
         ->type_name("NAME=VALUE")
@@ -82,23 +113,39 @@ SignalRequest ReadRequest(const SignalOptions& options)
         request.channels = options.channels;
         CheckChannels(request);
     }
+    const bool isLevel = request.signal.builtIn != nullptr && request.signal.Name() == "fixed-dc";
+    if (isLevel && !request.values.Has("dc-code")) {
+        throw Failure("fixed-dc has no level without a code", "give --dc-code 0 to 65535",
+                      kWrongUsage);
+    }
+    CutFrequency(request);
     return request;
 }
 
-void ListSignals()
+void TellRemarks(const SignalRequest& request)
 {
+    for (const std::string& remark : request.remarks) fmt::print(stderr, "vrax: {}\n", remark);
+}
+
+std::vector<std::string> SourcesOf(const Signal& signal)
+{
+    if (signal.builtIn != nullptr) return {};
+    return {signal.record.path, signal.record.signalPath};
+}
+
+void ListSignals(Program& program)
+{
+    if (program.IsJson()) {
+        Json list = Json::array();
+        for (const BuiltInSignal& signal : BuiltInSignals()) {
+            list.push_back({{"name", signal.name}, {"help", signal.help}});
+        }
+        program.PrintJson(list);
+        return;
+    }
     for (const BuiltInSignal& signal : BuiltInSignals()) {
         fmt::print("{:<20} {}\n", signal.name, signal.help);
     }
-}
-
-void AddDuration(CLI::App& command, const std::string& name, double& seconds,
-                 const std::string& help)
-{
-    command.add_option(name, seconds, help)
-        ->transform(CLI::AsNumberWithUnit(
-            std::map<std::string, double>{{"ms", 0.001}, {"s", 1.0}, {"min", 60.0}, {"h", 3600.0}},
-            CLI::AsNumberWithUnit::CASE_SENSITIVE, "TIME"));
 }
 
 }  // namespace vrax

@@ -8,6 +8,7 @@
 #include <CLI/CLI.hpp>
 
 #include "Parameters.h"
+#include "Program.h"
 #include "Signals.h"
 
 namespace vrax {
@@ -26,6 +27,7 @@ struct SignalRequest {
     Signal signal;
     Values values;
     std::vector<int> channels = {0};
+    std::vector<std::string> remarks = {};  // what will not play as it was asked
 
     // "ecg, amplitude 2 mV, rate 75 1/min"
     std::string Title() const;
@@ -37,11 +39,13 @@ void AddSignalOptions(CLI::App& command, SignalOptions& options);
 // Throws Failure with the range where something does not fit.
 SignalRequest ReadRequest(const SignalOptions& options);
 
-// Prints the built-in signals.
-void ListSignals();
+// Prints the built-in signals; in JSON mode as an array.
+void ListSignals(Program& program);
 
-// Seconds, with the units ms, s, min and h.
-void AddDuration(CLI::App& command, const std::string& name, double& seconds,
-                 const std::string& help);
+// Prints the remarks on standard error.
+void TellRemarks(const SignalRequest& request);
+
+// The files that are played; empty for a built-in signal.
+std::vector<std::string> SourcesOf(const Signal& signal);
 
 }  // namespace vrax

@@ -129,12 +129,15 @@ void TakeResults(SignalRun& run, const SignalRequest& request, std::size_t count
 
 }  // namespace
 
+void CheckRunSeconds(double seconds)
+{
+    if (seconds <= kMostSeconds) return;
+    throw Failure(fmt::format("{:g} s cannot be computed", seconds),
+                  fmt::format("--for takes up to {:g} s", kMostSeconds), kWrongUsage);
+}
+
 SignalRun RunSignal(const SignalRequest& request, int channel, double seconds)
 {
-    if (!(seconds > 0.0) || seconds > kMostSeconds) {
-        throw Failure(fmt::format("{:g} s cannot be computed", seconds),
-                      fmt::format("--for takes up to {:g} s", kMostSeconds), kWrongUsage);
-    }
     SignalRun run;
     std::size_t count = 0;
     {

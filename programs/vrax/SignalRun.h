@@ -24,6 +24,9 @@ struct SignalRun {
 // Ends the connection. Throws Failure.
 SignalRun RunSignal(const SignalRequest& request, int channel, double seconds);
 
+// Throws Failure when so many seconds cannot be computed.
+void CheckRunSeconds(double seconds);
+
 // All channels that are asked for, the PPG with the first.
 std::vector<SignalRun> RunChannels(const SignalRequest& request, double seconds);
 

@@ -12,6 +12,9 @@ namespace vrax {
 
 namespace {
 
+constexpr double kMostPulseHz = 5.0;
+constexpr double kMostBeatHz = 6.0;
+
 template <int kFunction>
 int Select(const Values&)
 {
@@ -49,13 +52,14 @@ const std::vector<BuiltInSignal>& BuiltInSignals()
         {"triangle", OUTPUT_TRIANGLE, "symmetric triangle", Select<OUTPUT_TRIANGLE>},
         {"square", OUTPUT_SQUARE, "square wave", Select<OUTPUT_SQUARE>},
         {"rect-pulse", OUTPUT_RECT_PULSE, "rectangular pulse, up to 5 Hz",
-         Select<OUTPUT_RECT_PULSE>},
+         Select<OUTPUT_RECT_PULSE>, kMostPulseHz},
         {"triangle-pulse", OUTPUT_TRIANGLE_PULSE, "triangular pulse, up to 5 Hz",
-         Select<OUTPUT_TRIANGLE_PULSE>},
-        {"exp-decay", OUTPUT_EXP_DECAY, "exponential decay, up to 5 Hz", Select<OUTPUT_EXP_DECAY>},
-        {"ecg", OUTPUT_ECG, "standard beat, up to 6 Hz", Select<OUTPUT_ECG>},
+         Select<OUTPUT_TRIANGLE_PULSE>, kMostPulseHz},
+        {"exp-decay", OUTPUT_EXP_DECAY, "exponential decay, up to 5 Hz", Select<OUTPUT_EXP_DECAY>,
+         kMostPulseHz},
+        {"ecg", OUTPUT_ECG, "standard beat, up to 6 Hz", Select<OUTPUT_ECG>, kMostBeatHz},
         {"custom-ecg", OUTPUT_CUSTOM_ECG, "beat made of the P, PR, QRS, QT, ST and T parameters",
-         Select<OUTPUT_CUSTOM_ECG>},
+         Select<OUTPUT_CUSTOM_ECG>, kMostBeatHz},
         {"iec227", OUTPUT_IEC227, "waveform of IEC 60601-2-27, see wave227", Select<OUTPUT_IEC227>},
         {"iec251", OUTPUT_IEC251, "waveform of IEC 60601-2-51, see wave251", Select<OUTPUT_IEC251>},
         {"iec247", OUTPUT_IEC247, "record of IEC 60601-2-47, see wave247", Select<OUTPUT_IEC247>},
@@ -109,11 +113,15 @@ Signal FindSignal(const std::string& name, const std::string& kind)
 void LoadRecord(const Signal& signal, int channel)
 {
     if (signal.builtIn != nullptr) {
-        if (signal.builtIn->function == OUTPUT_ANE20000) VRAXSetANE20000Lead(channel);
+        if (signal.builtIn->function == OUTPUT_ANE20000 && VRAXSetANE20000Lead(channel) != 0) {
+            throw Failure(fmt::format("lead {} of ane20000 was refused", channel),
+                          "vrax doctor tells more");
+        }
         return;
     }
     if (signal.record.kind == RecordKind::Binary && channel != 0) {
-        throw Failure(fmt::format("{} has channel 0 alone", signal.record.path), "", kWrongUsage);
+        throw Failure(fmt::format("{} has channel 0 alone", signal.record.path),
+                      "leave out --channel", kWrongUsage);
     }
     const RecordLoad load = LoadChannel(signal.record, channel, "", 0.0);
     if (load.isTaken) return;
@@ -128,7 +136,9 @@ void StartSignal(const Signal& signal, const Values& values)
                                                  : VRAXSetOutputFunction(OUTPUT_ECG_FILE);
     if (result != 0) {
         throw Failure(fmt::format("{} was refused ({})", signal.Name(), result),
-                      "the connection has ended; try again");
+                      VRAXIsConnected() ? "vrax doctor tells more"
+                                        : "the instrument was lost: plug it in and start anew",
+                      VRAXIsConnected() ? kFailed : kNoInstrument);
     }
 }
 

@@ -15,6 +15,7 @@ struct BuiltInSignal {
     const char* help;
     // Selects the signal; returns 0 or the code of a refusal.
     int (*start)(const Values& values);
+    double mostHz = 500.0;  // a higher frequency is cut to it, see VRAXSetFrequency()
 };
 
 const std::vector<BuiltInSignal>& BuiltInSignals();

@@ -33,7 +33,7 @@ void Program::BecomeSimulated() const
     if (error) throw Failure("this program cannot be found in /proc", "mount /proc");
 
     std::vector<std::string> words = {FindInstrument(self)};
-    if (port_ >= 0) words.insert(words.end(), {"--port", std::to_string(port_)});
+    if (port_ >= 0 && !isOffline_) words.insert(words.end(), {"--port", std::to_string(port_)});
     if (!ppgModel_.empty()) words.insert(words.end(), {"--ppg", ppgModel_});
     if (hasRespiration_) words.emplace_back("--respiration");
     if (isOffline_) words.insert(words.end(), {"--pace", "fast"});

@@ -88,8 +88,7 @@ TEST(VraxCalibration, WritesNoTableThatTheLibraryWouldNotUse)
         const char* text;
     };
     for (const Case& bad : {Case{1500, 0xFFFF, "has no code for -500 mV"},
-                            Case{2500, 0xFFFF, "has no code for 500 mV"},
-                            Case{1000, 255, "has the code 255 for -1000 mV"}}) {
+                            Case{2500, 0xFFFF, "has no code for 500 mV"}}) {
         Codes codes = MakeCodes();
         codes[bad.index] = bad.code;
         const ProgramOutcome outcome =
@@ -97,6 +96,49 @@ TEST(VraxCalibration, WritesNoTableThatTheLibraryWouldNotUse)
         EXPECT_EQ(outcome.status, 1);
         EXPECT_TRUE(Has(outcome.errors, "nothing was written")) << outcome.errors;
         EXPECT_TRUE(Has(outcome.errors, bad.text)) << outcome.errors;
+    }
+}
+
+// An instrument may well have it: only files of that kind are refused.
+TEST(VraxCalibration, WritesATableWithTheCodeThatFilesMayNotHave)
+{
+    const TempDir folder;
+    Codes codes = MakeCodes();
+    codes[1000] = 255;
+    const ProgramOutcome outcome = RunBeside(
+        "$vrax calibration write --yes " + WriteCodes(folder, codes) +
+        " && $vrax doctor --json >&2; $vrax calibration save " + folder.File("saved.dat"));
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_TRUE(Has(outcome.errors, "has the code 255 for -1000 mV")) << outcome.errors;
+    EXPECT_TRUE(Has(outcome.errors, "\"result\": \"warning\"")) << outcome.errors;
+    EXPECT_FALSE(Has(outcome.errors, "\"result\": \"failure\"")) << outcome.errors;
+    EXPECT_EQ(ReadWholeFile(folder.File("saved.dat")), ReadWholeFile(folder.File("table.dat")));
+}
+
+TEST(VraxCalibration, LeavesASavedTableUnlessItIsForced)
+{
+    const TempDir folder;
+    const std::string file = WriteCodes(folder, MakeCodes());
+    std::ofstream(folder.File("saved.dat")) << "mine";
+    const std::string save = "$vrax calibration save " + folder.File("saved.dat");
+    const ProgramOutcome outcome =
+        RunBeside("$vrax calibration write --yes " + file + "; " + save + "; echo status $?; cat " +
+                  folder.File("saved.dat") + "; echo; " + save + " --force");
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_TRUE(Has(outcome.output, "status 2\nmine\n")) << outcome.output;
+    EXPECT_TRUE(Has(outcome.errors, "saved.dat is there already")) << outcome.errors;
+    EXPECT_EQ(ReadWholeFile(folder.File("saved.dat")), ReadWholeFile(file));
+}
+
+TEST(VraxCalibration, RemovesNoFileOfACalibrationDirectory)
+{
+    const TempDir folder;
+    const std::string file = WriteCodes(folder, MakeCodes());
+    for (const std::string& command : {"write " + file, std::string("clear")}) {
+        const ProgramOutcome outcome = RunVrax("--simulated calibration " + command +
+                                               " --yes --calibration-dir " + folder.Path());
+        EXPECT_EQ(outcome.status, 2) << command;
+        EXPECT_TRUE(Has(outcome.errors, "leave out --calibration-dir")) << outcome.errors;
     }
 }
 

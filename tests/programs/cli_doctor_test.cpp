@@ -71,6 +71,16 @@ TEST(VraxDoctor, NamesTheProcessThatHoldsThePort)
     EXPECT_EQ(FindCheck(JsonOf(outcome), "connection").value("result", ""), "failure");
 }
 
+TEST(VraxDoctor, APortThatIsNotWantedMayBeInUse)
+{
+    const ProgramOutcome outcome = RunApart(
+        VRAX_INSTRUMENT_PROGRAM
+        " --port 1 -- sh -c 'printf \"\\1\\0\\0\\0\" >/var/lock/tessarin.ACM0.lock; " VRAX_PROGRAM
+        " doctor --json --port 1'");
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_EQ(FindCheck(JsonOf(outcome), "lock").value("result", ""), "warning") << outcome.output;
+}
+
 TEST(VraxDoctor, WarnsOfFirmwareThatKnowsNoModules)
 {
     const ProgramOutcome outcome =

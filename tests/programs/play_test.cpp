@@ -125,6 +125,71 @@ TEST(Play, TellsAnObjectASecondInJson)
     EXPECT_EQ(told.back()["ended"], "done");
 }
 
+TEST(Play, RefusesATimeThatIsNoneAndAboveAll)
+{
+    for (const char* time : {"0", "0s", "-3s", "nan", "inf", "10000h"}) {
+        const ProgramOutcome run = RunVrax(std::string("play sine --for ") + time);
+        EXPECT_EQ(run.status, 2) << time;
+        EXPECT_TRUE(Has(run.errors, "--for: ")) << run.errors;
+    }
+    EXPECT_EQ(RunVrax("info --timeout nan").status, 2);
+}
+
+TEST(Play, RefusesALeadThatIsNotThereAndALevelWithoutACode)
+{
+    EXPECT_TRUE(Has(RunVrax("play ane20000 --channel 9").errors, "--channel takes 0 to 8"));
+    EXPECT_EQ(RunVrax("play ane20000 --channel 1 --ane-lead 2").status, 2);
+    EXPECT_TRUE(Has(RunVrax("play fixed-dc").errors, "give --dc-code"));
+}
+
+TEST(Play, SaysWhichModuleIsMissing)
+{
+    struct Case {
+        const char* arguments;
+        const char* module;
+    };
+    for (const Case& refused :
+         {Case{"--ambient-light 3", "a PPG module"},
+          Case{"--impedance-baseline 3000", "the external respiration module"}}) {
+        const ProgramOutcome run =
+            RunVrax(std::string("--simulated play ecg --for 1s ") + refused.arguments);
+        EXPECT_EQ(run.status, 1);
+        EXPECT_TRUE(Has(run.errors, std::string("it needs ") + refused.module)) << run.errors;
+        EXPECT_FALSE(Has(run.errors, "takes")) << run.errors;
+    }
+    EXPECT_EQ(RunVrax("play ecg --impedance-baseline 700").status, 2);
+}
+
+TEST(Play, SetsTheElectrodesAgainWhenTheInstrumentComesBackAndTellsIt)
+{
+    const TempDir folder;
+    const ProgramOutcome run = RunApart(
+        "cd " + folder.Path() +
+        " && " VRAX_INSTRUMENT_PROGRAM " --control ctl --trace trace -- sh -c '" VRAX_PROGRAM
+        " play ecg --lead-off 2 --for 4s --timeout 60 >out 2>err & p=$!\n"
+        "until grep -q plays out; do sleep 0.05; done; echo unplug >ctl\n"
+        "until grep -q lost err; do sleep 0.05; done; echo plug >ctl; wait $p'");
+    EXPECT_EQ(run.status, 0) << run.errors;
+    EXPECT_TRUE(Has(ReadWholeFile(folder.File("out")), "the instrument was away once"));
+    EXPECT_TRUE(Has(ReadWholeFile(folder.File("err")), "the instrument is back after"));
+    const std::string trace = ReadWholeFile(folder.File("trace"));
+    const std::size_t first = trace.find("> lead-off relays: ");
+    EXPECT_NE(first, std::string::npos);
+    EXPECT_NE(trace.find("> lead-off relays: ", first + 1), std::string::npos);
+}
+
+TEST(Play, EndsWithStatus3WhenTheInstrumentStaysAway)
+{
+    const TempDir folder;
+    const ProgramOutcome run =
+        RunApart("cd " + folder.Path() +
+                 " && " VRAX_INSTRUMENT_PROGRAM " --control ctl -- sh -c '" VRAX_PROGRAM
+                 " play ecg --for 4s --timeout 3 >out & p=$!\n"
+                 "until grep -q plays out; do sleep 0.05; done; echo unplug >ctl; wait $p'");
+    EXPECT_EQ(run.status, 3) << run.errors;
+    EXPECT_TRUE(Has(run.errors, "plug it in again")) << run.errors;
+}
+
 TEST(Play, TellsTheRangeOfAValueThatItRefuses)
 {
     for (const char* arguments : {"--amplitude 40.5", "--amplitude nan", "--set amplitude=x"}) {

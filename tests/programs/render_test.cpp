@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <filesystem>
+#include <fstream>
 #include <numbers>
 
 #include "programs/PlayedSignal.h"
@@ -110,4 +112,84 @@ TEST_F(Render, RefusesANameWithoutAFormat)
     const ProgramOutcome run = RunVrax("render sine -o x.mp3");
     EXPECT_EQ(run.status, 2);
     EXPECT_TRUE(Has(run.errors, ".csv, .txt, .edf or .dat")) << run.errors;
+}
+
+TEST_F(Render, LeavesAFileThatIsThereUnlessItIsForced)
+{
+    const std::string path = folder_.File("kept.hea");
+    std::ofstream(path) << "mine";
+    const std::string arguments = "render sine --for 1s -o " + folder_.File("kept.dat");
+    const ProgramOutcome refused = RunVrax(arguments);
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_TRUE(Has(refused.errors, "kept.hea is there already")) << refused.errors;
+    EXPECT_EQ(ReadWholeFile(path), "mine");
+    EXPECT_FALSE(std::filesystem::exists(folder_.File("kept.dat")));
+    EXPECT_EQ(RunVrax(arguments + " --force").status, 0);
+    EXPECT_TRUE(ReadWholeFile(path).starts_with("kept 1 20000 20000\n"));
+}
+
+TEST_F(Render, NeverWritesOverTheRecordingThatItPlays)
+{
+    const std::string data = ReadWholeFile(Run("sine --for 1s", "own.dat"));
+    for (const char* file : {"own.hea", "own.dat"}) {
+        const ProgramOutcome run = RunVrax("render " + folder_.File(file) +
+                                           " --for 500ms --force -o " + folder_.File("own.dat"));
+        EXPECT_EQ(run.status, 2);
+        EXPECT_TRUE(Has(run.errors, "is the recording itself")) << run.errors;
+    }
+    EXPECT_EQ(ReadWholeFile(folder_.File("own.dat")), data);
+}
+
+TEST_F(Render, KeepsTheOldFileAndNoPartOfTheNewOneWhenItIsInterrupted)
+{
+    std::ofstream(folder_.File("x.csv")) << "mine";
+    const ProgramOutcome run =
+        RunApart("cd " + folder_.Path() +
+                 "\nsetsid " VRAX_PROGRAM
+                 " render ecg --for 3600s --force -o x.csv & p=$!\n"
+                 "until ls -A | grep -q '^.vrax-'; do sleep 0.02; done\nkill -TERM -$p; wait $p");
+    EXPECT_EQ(run.status, 130) << run.errors;
+    EXPECT_EQ(run.errors, "vrax: interrupted\n");
+    EXPECT_EQ(ReadWholeFile(folder_.File("x.csv")), "mine");
+    const std::filesystem::directory_iterator files(folder_.Path());
+    EXPECT_EQ(std::distance(begin(files), end(files)), 1);
+}
+
+TEST_F(Render, TellsOfAMissingFolderWithAdvice)
+{
+    const ProgramOutcome run = RunVrax("render sine -o " + folder_.File("none/x.csv"));
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(Has(run.errors, "cannot be written; is the folder there")) << run.errors;
+}
+
+TEST_F(Render, NeedsNoPortAndTakesAny) { Run("sine --for 100ms --port 5", "x.csv"); }
+
+TEST_F(Render, ListsTheSignalsWithoutAnInstrumentOrAFile)
+{
+    std::filesystem::copy(VRAX_PROGRAM, folder_.File("vrax"));
+    for (const char* command : {"play", "render", "plot"}) {
+        const ProgramOutcome run = RunApart("PATH=/nowhere " + folder_.File("vrax") + " " +
+                                            command + " --list-functions --json");
+        EXPECT_EQ(run.status, 0) << run.errors;
+        const auto list = JsonOf(run);
+        ASSERT_TRUE(list.is_array()) << run.output;
+        ASSERT_FALSE(list.empty());
+        EXPECT_EQ(list[0].value("name", ""), "sine");
+    }
+}
+
+TEST_F(Render, TellsTheFrequencyAtWhichASignalIsCut)
+{
+    const std::string path = folder_.File("x.csv");
+    const ProgramOutcome run =
+        RunVrax("render rect-pulse --frequency 10 --pulse-width 50 --for 1s -o " + path);
+    EXPECT_EQ(run.status, 0);
+    EXPECT_TRUE(Has(run.output, "rect-pulse, frequency 5 Hz")) << run.output;
+    EXPECT_TRUE(Has(run.errors, "plays at 5 Hz instead of 10 Hz")) << run.errors;
+    const auto rows = ReadTable(path);
+    int pulses = 0;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        if (rows[i][1] > 0.5 && (i == 0 || rows[i - 1][1] <= 0.5)) ++pulses;
+    }
+    EXPECT_EQ(pulses, 5);
 }

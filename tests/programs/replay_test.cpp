@@ -61,5 +61,26 @@ TEST_F(Replay, FailsWhenACallIsRefused)
     EXPECT_TRUE(Has(all.outcome.output, "VRAXSetAmplitude(41.00);  refused (-2)"));
     EXPECT_TRUE(Has(all.outcome.output, "VRAXSetAmplitude(2.00);  done"));
     const PlayedSignal first(VRAX_PROGRAM " replay --fast --stop " + log);
+    EXPECT_EQ(first.outcome.status, 1);
+    EXPECT_TRUE(Has(first.outcome.output, "VRAXSetAmplitude(41.00);  refused (-2)"));
     EXPECT_FALSE(Has(first.outcome.output, "VRAXSetAmplitude(2.00)"));
+}
+
+TEST_F(Replay, EndsWithAnObjectInJson)
+{
+    const std::string log = Write("VRAXSetAmplitude(41.00);\nno call\nVRAXSetAmplitude(2.00);\n");
+    const PlayedSignal played(VRAX_PROGRAM " --json replay --fast --skip " + log);
+    EXPECT_EQ(played.outcome.status, 1);
+    EXPECT_TRUE(Has(played.outcome.output,
+                    "\n{\"ended\":\"done\",\"calls\":2,\"refused\":1,\"left_out\":1}\n"))
+        << played.outcome.output;
+    const PlayedSignal empty(VRAX_PROGRAM " --json replay " + Write(""));
+    EXPECT_EQ(JsonOf(empty.outcome).value("calls", -1), 0) << empty.outcome.output;
+}
+
+TEST_F(Replay, RefusesARecordThatIsNoneBeforeItConnects)
+{
+    const std::string log = Write("VRAXReset();\n");
+    EXPECT_EQ(RunVrax("replay --record ecg " + log).status, 2);
+    EXPECT_EQ(RunVrax("replay --record no-such-file " + log).status, 2);
 }
