@@ -56,6 +56,7 @@ Shared<bool> s_ECGGoing = false;
 Shared<bool> g_PPG_PDSamplingRunning = false;
 Shared<int> s_nRepliesPending = 0;
 Shared<int> s_nRepliesUnread = 0;
+Shared<std::int64_t> s_nReplyGivenUpNs = std::int64_t{0};
 Shared<std::int64_t> s_nPacketNs = std::int64_t{0};
 Shared<bool> s_bFramesMayCome = false;
 Shared<bool> s_bPacketDue = false;

@@ -203,10 +203,15 @@ void SetDeviceTimeoutSetting(unsigned readMs, unsigned writeMs)
     WaitReady(port, POLLOUT, MonotonicNs() + BudgetNs(writeMs));
 }
 
+std::int64_t DeviceReadDeadline(std::int64_t startNs)
+{
+    return startNs + BudgetNs(g_nDeviceReadTimeout);
+}
+
 unsigned DeviceReadData(unsigned char* buffer, unsigned length)
 {
     CAutoCriticalSection lock(g_AccessCriticalSection);
-    return DeviceReadUntil(buffer, length, MonotonicNs() + BudgetNs(g_nDeviceReadTimeout));
+    return DeviceReadUntil(buffer, length, DeviceReadDeadline(MonotonicNs()));
 }
 
 unsigned DeviceReadUntil(unsigned char* buffer, unsigned length, std::int64_t deadline,

@@ -50,6 +50,9 @@ int DeviceIsConnected();
 int DeviceCancelIO();
 int DeviceCheckPath(const char* path);
 
+// The moment, of MonotonicNs(), at which a read that begins at `startNs` has spent its budget. The
+// budget in microseconds is 32 bits wide and wraps, deliberately.
+std::int64_t DeviceReadDeadline(std::int64_t startNs);
 // All `length` bytes, or what came before a hard error; 0 once the budget is spent, whatever had
 // come by then.
 unsigned DeviceReadData(unsigned char* buffer, unsigned length);

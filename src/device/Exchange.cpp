@@ -111,13 +111,11 @@ bool IsWholeStrayFrame(const std::uint8_t* reply, unsigned count) REQUIRES(g_Acc
     const unsigned missing = kReplyBytes - count;
     return DeviceReadAvailable(rest, missing) == missing;
 }
-}  // namespace
 
-unsigned ReadReply(std::uint8_t* reply, unsigned length, unsigned* came)
+// Photodiode frames that come before the reply are kept for the poll thread.
+unsigned ReadReplyUntil(std::uint8_t* reply, unsigned length, std::int64_t deadline, unsigned* came)
+    REQUIRES(g_AccessCriticalSection)
 {
-    CAutoCriticalSection lock(g_AccessCriticalSection);
-    const std::int64_t budgetNs = static_cast<std::int64_t>(g_nDeviceReadTimeout) * kNsPerMs;
-    const std::int64_t deadline = MonotonicNs() + budgetNs;
     for (;;) {
         const unsigned count = DeviceReadUntil(reply, length, deadline, came);
         if (t_sentSamplingCommand && IsSamplingAcknowledge(reply, count)) return count;
@@ -128,10 +126,39 @@ unsigned ReadReply(std::uint8_t* reply, unsigned length, unsigned* came)
     }
 }
 
+// A reply that a command gave up may be late by as much as the command waited.
+std::int64_t LateReplyDeadline()
+{
+    std::int64_t startNs = s_nReplyGivenUpNs;
+    if (startNs == 0 || s_nRepliesUnread > 0) startNs = MonotonicNs();
+    return DeviceReadDeadline(startNs);
+}
+
+void GiveReplyUp()
+{
+    const bool packetIsOut = s_nRepliesPending > 0 && s_nReplyGivenUpNs == 0;
+    if (!packetIsOut) s_nReplyGivenUpNs = MonotonicNs();
+    s_nRepliesPending += 1;
+}
+}  // namespace
+
+unsigned ReadReply(std::uint8_t* reply, unsigned length, unsigned* came)
+{
+    CAutoCriticalSection lock(g_AccessCriticalSection);
+    return ReadReplyUntil(reply, length, DeviceReadDeadline(MonotonicNs()), came);
+}
+
+void ExpectPacketReply()
+{
+    s_nReplyGivenUpNs = 0;
+    s_nRepliesPending += 1;
+}
+
 void ReadPendingReplies()
 {
     unsigned char reply[kReplyBytes];
-    while (s_nRepliesPending + s_nRepliesUnread > 0 && ReadReply(reply, sizeof reply) >= 1) {
+    while (s_nRepliesPending + s_nRepliesUnread > 0 &&
+           ReadReplyUntil(reply, sizeof reply, LateReplyDeadline(), nullptr) >= 1) {
         Shared<int>& count = s_nRepliesUnread > 0 ? s_nRepliesUnread : s_nRepliesPending;
         count -= 1;
     }
@@ -338,7 +365,7 @@ bool ReceiveReply(std::uint8_t* reply, unsigned length)
     const bool complete = ReadReply(reply, length, &came) == length;
     // The reply may still come. Idle, it is read away before the next command goes out; during a
     // run it comes before the reply to the next packet, unless a part of it has come.
-    if (!complete && !s_ECGGoing) s_nRepliesPending += 1;
+    if (!complete && !s_ECGGoing) GiveReplyUp();
     if (came == 0 && s_ECGGoing) s_nRepliesUnread += 1;
     return complete;
 }

@@ -181,8 +181,12 @@ private:
 // `came`: how many bytes of a reply that is not whole.
 unsigned ReadReply(std::uint8_t* reply, unsigned length, unsigned* came = nullptr);
 
-// Reads the replies that may still come, each for one read budget at the longest; those that do not
-// stay pending. The caller holds g_AccessCriticalSection.
+// A packet has been written, and its reply may come. The caller holds g_AccessCriticalSection.
+void ExpectPacketReply();
+
+// Reads the replies that may still come: to a packet, each for one read budget at the longest; to
+// commands that got none in time, until one budget after they gave up. Those that do not come stay
+// pending. The caller holds g_AccessCriticalSection.
 void ReadPendingReplies();
 
 // A reply that was late in an exchange that is over lies on the line, or does not come: reads it

@@ -30,6 +30,9 @@ extern Shared<int> s_nRepliesPending;
 // Replies that a command left unread on purpose; they come before that of the next packet. Touched
 // likewise.
 extern Shared<int> s_nRepliesUnread;
+// When a command gave up the last of those that may still come, MonotonicNs(); 0 while it is the
+// reply to a packet, which takes the packet's own time. Touched likewise.
+extern Shared<std::int64_t> s_nReplyGivenUpNs;
 
 // How long the packet that was sent last plays, ns. Written before it is sent.
 extern Shared<std::int64_t> s_nPacketNs;

@@ -187,8 +187,7 @@ void PollIdle(IncomingBlock& incoming)
             return;
         }
         if (HasKeptFrames()) return;  // these come first
-        const std::int64_t budget = static_cast<std::int64_t>(g_nDeviceReadTimeout) * kNsPerMs;
-        if (incoming.length > 0 && MonotonicNs() - incoming.startedNs > budget) incoming.length = 0;
+        if (MonotonicNs() > DeviceReadDeadline(incoming.startedNs)) incoming.length = 0;
         if (incoming.length == 0) incoming.startedNs = MonotonicNs();
         const unsigned count =
             DeviceReadAvailable(incoming.bytes + incoming.length, kReplyBytes - incoming.length);

@@ -50,7 +50,7 @@ bool WritePacket(unsigned char* buffer) REQUIRES(g_InterruptCriticalSection)
     }
     s_nPacketNs = PacketNs();
     const bool sent = DeviceWriteData(buffer, kPacketBytes, 0) == kPacketBytes;
-    if (sent) s_nRepliesPending += 1;
+    if (sent) ExpectPacketReply();
     return sent;
 }
 
@@ -226,7 +226,7 @@ void _SendStopPacket()
     ReadPendingReplies();
     if (g_bConnected == 0 && !g_bPortAdopted) return;  // a port that is only being probed
     // A reply that comes late is read away before the next command goes out.
-    if (DeviceWriteData(buffer, kPacketBytes, 1) == kPacketBytes) s_nRepliesPending += 1;
+    if (DeviceWriteData(buffer, kPacketBytes, 1) == kPacketBytes) ExpectPacketReply();
     unsigned char reply[kReplyBytes];
     if (ReadReply(reply, sizeof reply) >= 1 && s_nRepliesPending > 0) s_nRepliesPending -= 1;
 }

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <future>
+#include <thread>
 
 #include "device/Exchange.h"
 #include "support/Frames.h"
@@ -161,6 +162,32 @@ TEST(Exchange, ALateReplyIsNotTakenForTheNextOne)
     other.usbVoltage = 7;
     opened.device.SetMeasurements(other);
     EXPECT_EQ(VRAXGetUSBBusVoltage(), 7u);
+}
+
+// What was late has come by then, or does not come.
+TEST(Exchange, OneThatFailedLongAgoHoldsNoOtherUp)
+{
+    constexpr unsigned kBudgetMs = 1000;
+    COpenInstrument opened;
+    SetDeviceTimeoutSetting(kBudgetMs, 200);
+    opened.device.Inject(FaultOn(Request::UsbVoltage, FaultKind::Silence));
+    EXPECT_EQ(VRAXGetUSBBusVoltage(), 0u);
+    std::this_thread::sleep_for(std::chrono::milliseconds(kBudgetMs));
+    const CStopwatch watch;
+    EXPECT_EQ(VRAXGetUSBBusVoltage(), 250u);
+    EXPECT_LT(watch.Ms(), 0.8 * kBudgetMs);
+}
+
+// 4294968 ms are 2^32 + 704 us.
+TEST(Exchange, TheBudgetOfAReplyWrapsAsThatOfARead)
+{
+    COpenInstrument opened;
+    PausePollingThread();
+    instrument::Fault late = FaultOn(Request::UsbVoltage, FaultKind::LateReply);
+    late.delay = Milliseconds(150);
+    opened.device.Inject(late);
+    SetDeviceTimeoutSetting(4294968, 200);
+    EXPECT_EQ(VRAXGetUSBBusVoltage(), 0u);
 }
 
 TEST(Exchange, BytesThatCameUnaskedAreNotItsReply)
