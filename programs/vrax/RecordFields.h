@@ -29,7 +29,7 @@ struct RecordFields {
 constexpr int kMostChannels = 256;
 
 // A header that promises this many samples which are not there is still believed.
-constexpr std::int64_t kForgivenSamples = 4096;
+constexpr std::int64_t kForgivenSamples = 1000000;
 
 RecordFields ReadTextFields(std::string_view bytes);
 RecordFields ReadBinaryFields(std::string_view start, std::int64_t fileBytes);

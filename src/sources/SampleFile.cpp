@@ -6,7 +6,7 @@
 #include <cerrno>
 
 namespace {
-constexpr std::int64_t kAlwaysMissing = 4096;  // samples, 11 s at 360 Hz
+constexpr std::int64_t kAlwaysMissing = 1000000;  // samples, 46 minutes at 360 Hz
 
 // Fewer bytes than asked for at the end of the file and where it cannot be read.
 std::size_t ReadAt(int descriptor, std::int64_t offset, std::uint8_t* bytes, std::size_t count)

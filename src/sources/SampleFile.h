@@ -11,8 +11,8 @@
 #include "sources/BlockSize.h"
 
 // Whether a file that holds `held` samples may deliver `promised`. A recording that was cut short
-// still plays: at least half of it is there, or no more than a few seconds are missing. A header
-// that promises more than that is not worth the memory.
+// still plays: at least half of it is there, or no more is missing than a short one lasts. A
+// header that promises more than that is not worth the memory.
 bool IsPromiseCredible(std::int64_t promised, std::int64_t held);
 
 class CBlockReader {

@@ -52,6 +52,15 @@ void StartScan(int function, double start, double stepHz)
     if (g_MainOutput == OUTPUT_OFF && !IsRunGoing()) ClearScans();
 }
 
+// No packet is built of the new function at the old time.
+void Select(int function)
+{
+    CInterruptLock noPacket;
+    g_MainOutput = function;
+    SetPacing();
+    RestartClock();
+}
+
 void SwitchOffAfterScan(double stop)
 {
     g_MainOutput = OUTPUT_OFF;
@@ -63,16 +72,16 @@ void SwitchOffAfterScan(double stop)
 void SetOutputFunction(int function)
 {
     _outputLog("VRAXSetOutputFunction(%d);", function);
-    g_MainOutput = function;
-    if (function == OUTPUT_OFF && s_ECGGoing) {
-        s_deferOffCommands = true;
-        _ChangeRequested();
-        return;
-    }
-    SetPacing();
     if (function != OUTPUT_OFF) {
-        RestartClock();
+        Select(function);
     } else {
+        g_MainOutput = OUTPUT_OFF;
+        if (s_ECGGoing) {
+            s_deferOffCommands = true;
+            _ChangeRequested();
+            return;
+        }
+        SetPacing();
         EnableDynamicLEDStrength(false);
     }
     if (function == OUTPUT_BASELINE_PULSE) {

@@ -149,6 +149,24 @@ TEST_F(ChangeWhilePlaying, SeveralChangesOfOneCycleComeTogether)
     EXPECT_TRUE(std::is_sorted(heights.begin(), heights.end()));
 }
 
+// No packet of the new function at the time of the old one, and none that is half of each.
+TEST_F(ChangeWhilePlaying, AnotherFunctionBeginsAtItsStart)
+{
+    ASSERT_EQ(VRAXSetAmplitude(8.0), 0);
+    ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_SQUARE), 0);
+    ASSERT_TRUE(instrument_.WaitForPackets(5));
+    ASSERT_EQ(VRAXSetOutputFunction(OUTPUT_TRIANGLE), 0);
+    const std::vector<Sample> samples = SamplesOf(instrument_.PacketCount() + 4);
+    const std::size_t first = FirstOther(samples);
+    ASSERT_LT(first + kPacketSamples, samples.size());
+    EXPECT_EQ(first % kPacketSamples, 0U);
+    // 4 mV are reached after a quarter of a second.
+    for (std::size_t i = 0; i < kPacketSamples; ++i) {
+        const double mv = 4.0 * static_cast<double>(i) / (0.25 * kRate);
+        ASSERT_NEAR(samples[first + i].codes.ac, mv * 1600.0, 1.01) << i;
+    }
+}
+
 TEST_F(ChangeWhilePlaying, RecordOfTheSamplesCanBeSwitchedOnAndOff)
 {
     static std::vector<double> s_shown;  // packet thread until the run has ended

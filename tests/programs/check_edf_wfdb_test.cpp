@@ -105,12 +105,12 @@ TEST_F(CheckTest, TellsWhereAnEdfHeaderEnds)
 TEST_F(CheckTest, TellsAnEdfFileThatPromisesTooMuch)
 {
     EdfWriter edf = GoodEdf();
-    edf.records = "50";
-    // 5000 promised, 200 there, 4800 missing: more than half and more than 4096.
+    edf.records = "10003";
+    // 1000300 promised, 200 there, 1000100 missing: more than half and more than a million.
     ExpectRefused(Write("far.edf", edf.Bytes()), -4, "data", 512);
-    edf.records = "40";  // 3800 missing are forgiven
+    edf.records = "10002";  // a million missing are forgiven
     const Json told = Run(Write("near.edf", edf.Bytes()));
-    EXPECT_EQ(told["loads"][0]["code"], 4000);
+    EXPECT_EQ(told["loads"][0]["code"], 1000200);
     EXPECT_TRUE(Field(told, "data").contains("note"));
 }
 
@@ -164,8 +164,8 @@ TEST_F(CheckWfdb, TellsWhyARecordIsRefused)
     refuse("rec 0 360 100\n" + good.substr(14), -3, "record line: number of signals", 4);
     refuse("rec 1 099 100\n" + good.substr(14), -5, "record line: samples a second", 6);
     refuse("rec 1 360 000\n" + good.substr(14), -4, "record line: number of samples", 10);
-    // 10000 promised, 100 there.
-    refuse(WfdbHeaderText(1, 10000, "212"), -4, "samples", 0);
+    // 2000000 promised, 100 there.
+    refuse(WfdbHeaderText(1, 2000000, "212"), -4, "samples", 0);
 }
 
 TEST_F(CheckWfdb, RefusesAHeaderOfTwentyLines)

@@ -201,6 +201,7 @@ TEST_F(CheckTest, FailsWithASentenceOnAFileThatIsNotThere)
 {
     const CommandOutcome run = RunCommand(VRAX_PROGRAM " check " + dir_.File("no.edf"));
     EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.output,
-              "vrax: " + dir_.File("no.edf") + " cannot be read: No such file or directory\n");
+    EXPECT_EQ(run.output, "vrax: " + dir_.File("no.edf") +
+                              " cannot be read: No such file or directory; check the "
+                              "name and its permissions\n");
 }

@@ -223,21 +223,21 @@ TEST_F(EdfSignals, OfAShortFileEqualASecondDecoderWhereverItEnds)
     }
 }
 
-// Twice as many as it holds, or 4096 more, is a recording that was cut short.
+// Twice as many as it holds, or a million more, is a recording that was cut short.
 TEST_F(EdfSignals, AreRefusedWhenTheyAreAbsurdlyManyMoreThanTheFileHolds)
 {
-    EdfWriter writer = OneSignal(1, 4096);
-    EXPECT_EQ(Retrieve(writer.Bytes(), 0), 4096);
-    writer.signals[0].samplesPerRecord = "4097";
+    EdfWriter writer = OneSignal(1, 1000000);
+    EXPECT_EQ(Retrieve(writer.Bytes(), 0), 1000000);
+    writer.signals[0].samplesPerRecord = "1000001";
     EXPECT_EQ(Retrieve(writer.Bytes(), 0), -2);
     EXPECT_EQ(memory_, nullptr);
     writer.AddSample(1);
-    EXPECT_EQ(Retrieve(writer.Bytes(), 0), 4097);
+    EXPECT_EQ(Retrieve(writer.Bytes(), 0), 1000001);
 
-    writer.signals[0].samplesPerRecord = "20000";
-    while (writer.data.size() < 2 * 10000) writer.AddSample(1);
-    EXPECT_EQ(Retrieve(writer.Bytes(), 0), 20000);
-    writer.signals[0].samplesPerRecord = "20001";
+    writer.signals[0].samplesPerRecord = "3000000";
+    while (writer.data.size() < 2 * 1500000) writer.AddSample(1);
+    EXPECT_EQ(Retrieve(writer.Bytes(), 0), 3000000);
+    writer.signals[0].samplesPerRecord = "3000001";
     EXPECT_EQ(Retrieve(writer.Bytes(), 0), -2);
 }
 

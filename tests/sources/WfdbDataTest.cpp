@@ -333,17 +333,17 @@ TEST_F(WfdbData, OfAShortFileEqualASecondDecoderWhereverItEnds)
     }
 }
 
-// Twice as many as it holds, or 4096 more, is a record that was cut short.
+// Twice as many as it holds, or a million more, is a record that was cut short.
 TEST_F(WfdbData, AreNoneWhenTheyAreAbsurdlyManyMoreThanTheFileHolds)
 {
-    ASSERT_TRUE(Open(WfdbHeaderText(1, 4096, "16"), ""));
-    EXPECT_EQ(ReadAll(0), 4096);
-    ASSERT_TRUE(Open(WfdbHeaderText(1, 4097, "16"), ""));
+    ASSERT_TRUE(Open(WfdbHeaderText(1, 1000000, "16"), ""));
+    EXPECT_EQ(ReadAll(0), 1000000);
+    ASSERT_TRUE(Open(WfdbHeaderText(1, 1000001, "16"), ""));
     EXPECT_EQ(ReadAll(0), 0);
     EXPECT_EQ(memory_, nullptr);
-    ASSERT_TRUE(Open(WfdbHeaderText(2, 20000, "212"), std::string(30000, 'x')));
-    EXPECT_EQ(ReadAll(1), 20000);
-    ASSERT_TRUE(Open(WfdbHeaderText(2, 20001, "212"), std::string(30000, 'x')));
+    ASSERT_TRUE(Open(WfdbHeaderText(2, 3000000, "212"), std::string(4500000, 'x')));
+    EXPECT_EQ(ReadAll(1), 3000000);
+    ASSERT_TRUE(Open(WfdbHeaderText(2, 3000001, "212"), std::string(4500000, 'x')));
     EXPECT_EQ(ReadAll(1), 0);
     ASSERT_TRUE(Open(WfdbHeaderText(2, INT_MAX, "16"), std::string(30000, 'x')));
     EXPECT_EQ(ReadAll(0), 0);
