@@ -33,6 +33,8 @@ function(vrax_add_tests name)
     target_link_libraries(${name} PRIVATE vrax_core)
   endif()
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  # The library is what has to be fast; a test is compiled oftener than it runs.
+  target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1>)
   set_target_properties(${name} PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests
     CROSSCOMPILING_EMULATOR "$<TARGET_FILE:vrax-instrument>;--none;--")

@@ -266,11 +266,15 @@ unsigned DeviceWriteData(const unsigned char* buffer, unsigned length, unsigned)
     return written;
 }
 
-bool DeviceWaitReadable(unsigned milliseconds)
+bool DeviceWaitReadableUntil(std::int64_t deadlineNs)
 {
     const int port = static_cast<int>(g_hDevice);
-    if (port == -1) return false;
-    return WaitReady(port, POLLIN, MonotonicNs() + BudgetNs(milliseconds)) > 0;
+    return port != -1 && WaitReady(port, POLLIN, deadlineNs) > 0;
+}
+
+bool DeviceWaitReadable(unsigned milliseconds)
+{
+    return DeviceWaitReadableUntil(MonotonicNs() + BudgetNs(milliseconds));
 }
 
 unsigned DeviceReadAvailable(unsigned char* buffer, unsigned length)
@@ -284,10 +288,15 @@ unsigned DeviceReadAvailable(unsigned char* buffer, unsigned length)
 
 void AbortDeviceWaits() { s_abortWaits = true; }
 
-void DeviceDiscardInput()
+unsigned DeviceDiscardInput()
 {
     constexpr int kMostBlocks = 1024;  // a port that never falls silent must not hold the caller
     unsigned char block[64];
-    for (int i = 0; i < kMostBlocks && DeviceReadAvailable(block, sizeof block) > 0; ++i) {
+    unsigned dropped = 0;
+    for (int i = 0; i < kMostBlocks; ++i) {
+        const unsigned count = DeviceReadAvailable(block, sizeof block);
+        if (count == 0) break;
+        dropped += count;
     }
+    return dropped;
 }

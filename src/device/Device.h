@@ -65,9 +65,10 @@ unsigned DeviceWriteData(const unsigned char* buffer, unsigned length, unsigned 
 // Whether bytes are there to be read, after waiting at most `milliseconds`. Takes no lock: the port
 // may be closed meanwhile.
 bool DeviceWaitReadable(unsigned milliseconds);
+bool DeviceWaitReadableUntil(std::int64_t deadlineNs);
 // What is there now, at most `length` bytes; never waits.
 unsigned DeviceReadAvailable(unsigned char* buffer, unsigned length);
 // Every wait for the port ends at once from now on; at unload.
 void AbortDeviceWaits();
-// Drops what is there now.
-void DeviceDiscardInput();
+// Drops what is there now; how many bytes.
+unsigned DeviceDiscardInput();

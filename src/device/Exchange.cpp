@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 
@@ -18,6 +19,7 @@ constexpr std::int64_t kNsPerMs = 1000000;
 
 thread_local bool t_isPollingThread = false;
 thread_local bool t_sentSamplingCommand = false;
+thread_local std::int64_t t_requestNs = 0;
 thread_local int t_interruptDepth = 0;
 thread_local int t_apiDepth = 0;
 thread_local int t_lineOwnerDepth = 0;
@@ -46,6 +48,35 @@ void ForgetPendingReplies() REQUIRES(g_AccessCriticalSection)
     s_nRepliesUnread = 0;
 }
 
+// A reply that a command gave up may be late by as much as the command waited.
+std::int64_t LateReplyDeadline()
+{
+    std::int64_t startNs = s_nReplyGivenUpNs;
+    if (startNs == 0 || s_nRepliesUnread > 0) startNs = MonotonicNs();
+    return DeviceReadDeadline(startNs);
+}
+
+// A port that the application handed over has no poll thread: what lies on it is the reply.
+bool IsReadByOthers() { return !g_bPortAdopted || g_bConnected != 0; }
+
+// Replies that commands have given up may still come, and nothing else: the next command goes out
+// at once and tells its own reply from theirs.
+bool OnlyLateRepliesMayCome() REQUIRES(g_AccessCriticalSection)
+{
+    return s_nRepliesPending > 0 && s_nReplyGivenUpNs != 0 && s_nRepliesUnread == 0 &&
+           !s_ECGGoing && !s_bFramesMayCome && IsReadByOthers();
+}
+
+void DropInput() REQUIRES(g_AccessCriticalSection)
+{
+    if (!IsReadByOthers()) return;
+    unsigned char block[kReplyBytes];
+    while (s_bFramesMayCome && KeepSamplingFrame(block, DeviceReadAvailable(block, sizeof block))) {
+    }
+    const unsigned whole = DeviceDiscardInput() / kReplyBytes;
+    s_nRepliesPending -= std::min<int>(s_nRepliesPending, static_cast<int>(whole));
+}
+
 void QuietLine()
 {
     PausePollingThread();
@@ -53,11 +84,8 @@ void QuietLine()
     // The reply to the last packet of a run that is ending, or to a command that got none in time,
     // and whatever came unasked, is not the reply to the command that follows.
     CAutoCriticalSection lock(g_AccessCriticalSection);
-    ForgetPendingReplies();
-    unsigned char block[kReplyBytes];
-    while (s_bFramesMayCome && KeepSamplingFrame(block, DeviceReadAvailable(block, sizeof block))) {
-    }
-    DeviceDiscardInput();
+    if (!OnlyLateRepliesMayCome() || MonotonicNs() > LateReplyDeadline()) ForgetPendingReplies();
+    DropInput();
 }
 
 // Until the moment between a reply and the next packet, or between two photodiode frames. The
@@ -126,16 +154,31 @@ unsigned ReadReplyUntil(std::uint8_t* reply, unsigned length, std::int64_t deadl
     }
 }
 
-// A reply that a command gave up may be late by as much as the command waited.
-std::int64_t LateReplyDeadline()
+// While replies that earlier commands gave up may come, more may follow what was taken for the own
+// one. Before it, late ones come at any time and the own one right behind them; behind it, it is the
+// own one that has come soon. So the longer of the two waits was for a late one.
+void SkipLateReplies(std::uint8_t* reply, unsigned length) REQUIRES(g_AccessCriticalSection)
 {
-    std::int64_t startNs = s_nReplyGivenUpNs;
-    if (startNs == 0 || s_nRepliesUnread > 0) startNs = MonotonicNs();
-    return DeviceReadDeadline(startNs);
+    const std::int64_t firstNs = MonotonicNs();
+    const std::int64_t deadline = LateReplyDeadline();
+    const unsigned expected = static_cast<unsigned>(s_nRepliesPending) * kReplyBytes;
+    bool isFirstOwn = false;
+    for (unsigned skipped = 0; skipped < expected && DeviceWaitReadableUntil(deadline);) {
+        std::uint8_t block[kReplyBytes];
+        const unsigned count = DeviceReadAvailable(block, length);
+        if (count == 0) break;  // hung up
+        if (skipped == 0) isFirstOwn = MonotonicNs() - firstNs > firstNs - t_requestNs;
+        skipped += count;
+        if (isFirstOwn) continue;
+        std::memmove(reply, reply + count, length - count);
+        std::memcpy(reply + length - count, block, count);
+    }
+    s_nRepliesPending = 0;
 }
 
 void GiveReplyUp()
 {
+    if (!IsReadByOthers()) return;
     const bool packetIsOut = s_nRepliesPending > 0 && s_nReplyGivenUpNs == 0;
     if (!packetIsOut) s_nReplyGivenUpNs = MonotonicNs();
     s_nRepliesPending += 1;
@@ -353,6 +396,7 @@ bool SendRequest(const std::uint8_t* request, unsigned length)
         ReadPendingReplies();
     }
     t_sentSamplingCommand = IsSamplingCommand(request, length);
+    t_requestNs = MonotonicNs();
     return t_line == LineState::kGranted && DeviceWriteData(request, length, 1) == length;
 }
 
@@ -363,6 +407,7 @@ bool ReceiveReply(std::uint8_t* reply, unsigned length)
     CAutoCriticalSection lock(g_AccessCriticalSection);
     unsigned came = 0;
     const bool complete = ReadReply(reply, length, &came) == length;
+    if (complete && OnlyLateRepliesMayCome()) SkipLateReplies(reply, length);
     // The reply may still come. Idle, it is read away before the next command goes out; during a
     // run it comes before the reply to the next packet, unless a part of it has come.
     if (!complete && !s_ECGGoing) GiveReplyUp();

@@ -225,10 +225,10 @@ void _SendStopPacket()
     CAutoCriticalSection lock(g_AccessCriticalSection);
     ReadPendingReplies();
     if (g_bConnected == 0 && !g_bPortAdopted) return;  // a port that is only being probed
-    // A reply that comes late is read away before the next command goes out.
     if (DeviceWriteData(buffer, kPacketBytes, 1) == kPacketBytes) ExpectPacketReply();
     unsigned char reply[kReplyBytes];
     if (ReadReply(reply, sizeof reply) >= 1 && s_nRepliesPending > 0) s_nRepliesPending -= 1;
+    s_nReplyGivenUpNs = MonotonicNs();  // one that comes later is not that of the next command
 }
 
 void EndRunForUnload()

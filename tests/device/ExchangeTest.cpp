@@ -47,6 +47,13 @@ public:
     }
 };
 
+Bytes VoltageReply(std::uint8_t counts)
+{
+    Bytes reply(64, 0);
+    reply[4] = counts;
+    return reply;
+}
+
 std::future<unsigned> AskVoltage() { return std::async(std::launch::async, VRAXGetUSBBusVoltage); }
 }  // namespace
 
@@ -176,6 +183,69 @@ TEST(Exchange, OneThatFailedLongAgoHoldsNoOtherUp)
     const CStopwatch watch;
     EXPECT_EQ(VRAXGetUSBBusVoltage(), 250u);
     EXPECT_LT(watch.Ms(), 0.8 * kBudgetMs);
+}
+
+TEST(Exchange, OneAfterAnotherWithoutAReplyCostsABudgetEach)
+{
+    constexpr unsigned kBudgetMs = 1000;
+    COpenInstrument opened;
+    SetDeviceTimeoutSetting(kBudgetMs, 200);
+    instrument::Fault silence = FaultOn(Request::UsbVoltage, FaultKind::Silence);
+    silence.count = 2;
+    opened.device.Inject(silence);
+    const CStopwatch watch;
+    EXPECT_EQ(VRAXGetUSBBusVoltage(), 0u);
+    EXPECT_EQ(VRAXGetUSBBusVoltage(), 0u);
+    EXPECT_GE(watch.Ms(), 2.0 * kBudgetMs);
+    EXPECT_LT(watch.Ms(), 2.8 * kBudgetMs);
+}
+
+// The late reply comes after the next request has gone out: before its reply, or behind it.
+TEST(Exchange, TellsItsReplyFromALateOne)
+{
+    SetDeviceProbe(Accept);
+    const CRawPort port(0);
+    ASSERT_EQ(DoFindDevice(0), 1);
+    g_nDeviceReadTimeout = 2000u;
+    const Bytes late = VoltageReply(88);
+    const Bytes own = VoltageReply(7);
+    for (const bool lateIsFirst : {true, false}) {
+        EXPECT_EQ(VRAXGetUSBBusVoltage(), 0u);
+        EXPECT_EQ(port.Receive(3), kAskVoltage);
+        auto answer = AskVoltage();
+        EXPECT_EQ(port.Receive(3), kAskVoltage);
+        if (!lateIsFirst) port.Send(own);
+        std::this_thread::sleep_for(std::chrono::milliseconds(600));
+        port.Send(late);
+        if (lateIsFirst) port.Send(own);
+        EXPECT_EQ(answer.get(), 7u);
+    }
+    DeviceClose();
+}
+
+// It begins as a photodiode frame does.
+TEST(Exchange, AReplyMayHoldAnythingWhereNoSensorIsSampled)
+{
+    const CRawPort port(0);
+    VRAXSetDeviceHandle(port.Slave());
+    Bytes reply = VoltageReply(99);
+    reply[0] = 0xAD;
+    reply[1] = 0xFF;
+    port.Send(reply);
+    EXPECT_EQ(VRAXGetUSBBusVoltage(), 99u);
+    VRAXSetDeviceHandle(-1);
+}
+
+// Nobody else reads from a port that the application handed over.
+TEST(Exchange, OnAnAdoptedPortTheReplyMayLieThereAlready)
+{
+    const CRawPort port(0);
+    VRAXSetDeviceHandle(port.Slave());
+    port.Send(VoltageReply(88));
+    port.Send(VoltageReply(7));
+    EXPECT_EQ(VRAXGetUSBBusVoltage(), 88u);
+    EXPECT_EQ(VRAXGetUSBBusVoltage(), 7u);
+    VRAXSetDeviceHandle(-1);
 }
 
 // 4294968 ms are 2^32 + 704 us.
