@@ -61,7 +61,7 @@ void ShowTable(Program& program, const std::string& source, const CalibrationTab
         program.PrintJson({{"source", source},
                            {"valid", fault.empty()},
                            {"fault", fault},
-                           {"firstMv", kCalibrationFirstMv},
+                           {"first_mv", kCalibrationFirstMv},
                            {"codes", table}});
         return;
     }

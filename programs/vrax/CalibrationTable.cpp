@@ -113,6 +113,17 @@ CalibrationTable CurrentCalibration()
     return ReadCalibrationFile(directory.Path() + kFileName);
 }
 
+double LevelOfCode(const CalibrationTable& table, int code)
+{
+    if (code <= table.front()) return MvOf(0);
+    for (std::size_t i = 1; i < table.size(); ++i) {
+        if (code > table[i]) continue;
+        const double step = table[i] - table[i - 1];
+        return MvOf(i) - (table[i] - code) / step;
+    }
+    return MvOf(table.size() - 1);
+}
+
 CalibrationSource FindCalibrationSource(bool hasFile)
 {
     if (hasFile) return CalibrationSource::File;

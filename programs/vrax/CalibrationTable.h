@@ -31,6 +31,9 @@ CalibrationTable ReadCalibrationFile(const std::string& path);
 // The table that the library uses now. Throws Failure when it cannot be had.
 CalibrationTable CurrentCalibration();
 
+// The level in mV that a code of the DC converter gives, between two entries in proportion.
+double LevelOfCode(const CalibrationTable& table, int code);
+
 // Whence the table of this connection came; `hasFile` tells whether a file was there to be taken.
 // Without one the instrument's own table is read again and becomes that of the library.
 CalibrationSource FindCalibrationSource(bool hasFile);

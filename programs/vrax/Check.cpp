@@ -92,18 +92,18 @@ Json JsonOf(const RecordLoad& load, bool isImage)
     json["samples"] = load.samples;
     json["rate"] = load.rate;
     json["seconds"] = load.seconds;
-    json["lowestMv"] = load.lowest;
-    json["highestMv"] = load.highest;
-    json["limitMv"] = load.isHeld ? kRecordLimitMv : kOutputLimitMv;
-    json["samplesAtLimit"] = load.atLimit;
-    if (load.atLimit > 0) json["firstAtLimit"] = load.firstAtLimit;
+    json["lowest_mv"] = load.lowest;
+    json["highest_mv"] = load.highest;
+    json["limit_mv"] = load.isHeld ? kRecordLimitMv : kOutputLimitMv;
+    json["samples_at_limit"] = load.atLimit;
+    if (load.atLimit > 0) json["first_at_limit"] = load.firstAtLimit;
     return json;
 }
 
 Json JsonOf(const Checked& checked)
 {
     Json json = {{"file", checked.record.path}};
-    if (!checked.record.signalPath.empty()) json["signalFile"] = checked.record.signalPath;
+    if (!checked.record.signalPath.empty()) json["signal_file"] = checked.record.signalPath;
     json["kind"] = WordOf(checked.record.kind);
     json["why"] = checked.record.why;
     json["taken"] = checked.isTaken;

@@ -92,7 +92,7 @@ int RunShow(Program& program, const Options& options)
                            {"kind", NameOf(image.kind)},
                            {"version", image.version},
                            {"tag", image.tag},
-                           {"exactTag", image.HasExactTag()},
+                           {"exact_tag", image.HasExactTag()},
                            {"bytes", image.bytes}});
         return kDone;
     }

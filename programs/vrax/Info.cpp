@@ -28,9 +28,9 @@ Json ToJson(const ModuleFacts& module)
                  {"hardware", module.hardware}};
     if (module.kind == ModuleKind::Ppg) {
         json["leds"] = module.leds;
-        json["photodiodeChannels"] = module.feature.photodiodeChannels;
-        json["acMv"] = {module.feature.ppgAcMin, module.feature.ppgAcMax};
-        json["dcMv"] = {module.feature.ppgDcMin, module.feature.ppgDcMax};
+        json["photodiode_channels"] = module.feature.photodiodeChannels;
+        json["ac_mv"] = {module.feature.ppgAcMin, module.feature.ppgAcMax};
+        json["dc_mv"] = {module.feature.ppgDcMin, module.feature.ppgDcMax};
     }
     return json;
 }
@@ -46,7 +46,7 @@ Json ToJson(const Answer& answer, const Program& program)
             {"hardware", facts.hardware},
             {"module", ToJson(facts.module)},
             {"calibration", NameOf(answer.source)},
-            {"usbBusVoltage", facts.busVoltage},
+            {"usb_bus_voltage", facts.busVoltage},
             {"library", answer.libraryVersion}};
 }
 

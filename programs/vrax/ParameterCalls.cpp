@@ -1,12 +1,14 @@
 #include "ParameterCalls.h"
 
 #include <algorithm>
-#include <array>
+#include <cstring>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
 #include "Failure.h"
+#include "PulseCalls.h"
+#include "RawSamples.h"
 #include "vrax.h"
 
 namespace vrax {
@@ -15,24 +17,13 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-constexpr double kSecondsPerMinute = 60.0;
-constexpr int kStandardPulse = 3;
 constexpr int kOutOfRange = -2;  // of the calls that return 0 when they have done it
 constexpr char kPpgModule[] = "a PPG module";
 constexpr char kRespirationModule[] = "the external respiration module";
-constexpr std::array kShapeParts = {"-notch", "-dicrotic", "-peak-time", "-notch-time",
-                                    "-dicrotic-time"};
 
 // Ohm, of the instrument without the module.
 constexpr int kLeastOwnBaseline = 500;
 constexpr int kMostOwnBaseline = 2500;
-
-// Where the parts of a standard pulse stand: parts of its period and of its height.
-constexpr double kPeakTime = 0.15;
-constexpr double kNotchTime = 0.36;
-constexpr double kDicroticTime = 0.46;
-constexpr double kNotchHeight = 0.56;
-constexpr double kDicroticHeight = 0.64;
 
 // One call for one parameter or a few. It is made when one of them was given.
 struct Call {
@@ -43,20 +34,11 @@ struct Call {
     const char* module = nullptr;  // without which it is refused
 };
 
-std::string Ranges(const Names& names)
-{
-    std::vector<std::string> texts;
-    for (const std::string& name : names) {
-        texts.push_back(fmt::format("{} takes {}", name, RangeText(FindParameter(name))));
-    }
-    return fmt::format("{}", fmt::join(texts, ", "));
-}
-
 std::string Asked(const Values& values, const Names& names)
 {
     std::vector<std::string> texts;
     for (const std::string& name : names) {
-        texts.push_back(name + " " + ValueText(FindParameter(name), values[name]));
+        texts.push_back(name + " " + values.Text(name));
     }
     return fmt::format("{}", fmt::join(texts, ", "));
 }
@@ -71,7 +53,7 @@ Failure Refused(const Call& call, const Values& values, int result)
 {
     const std::string sentence =
         fmt::format("{} refused {} ({})", call.function, Asked(values, call.parameters), result);
-    if (!call.isOneDone && result == kOutOfRange) return {sentence, Ranges(call.parameters)};
+    if (!call.isOneDone && result == kOutOfRange) return {sentence, RangeTexts(call.parameters)};
     if (!VRAXIsConnected()) {
         return {sentence, "the instrument was lost: plug it in and start anew", kNoInstrument};
     }
@@ -89,11 +71,6 @@ void Make(const Call& call, const Values& values)
     const int result = call.make(values);
     if (call.isOneDone ? result == 1 : result >= 0) return;
     throw Refused(call, values, result);
-}
-
-double Frequency(const Values& values)
-{
-    return values.Has("rate") ? values["rate"] / kSecondsPerMinute : values["frequency"];
 }
 
 int SetLeads(const Values& values)
@@ -115,15 +92,55 @@ int SetLoop(const Values& values)
 
 int SetImpedance(const Values& values)
 {
-    const int baseline =
-        std::stoi(FindParameter("impedance-baseline")
-                      .words.at(static_cast<std::size_t>(values["impedance-baseline"])));
+    const int baseline = std::stoi(values.Word("impedance-baseline"));
     const bool isOwn = baseline >= kLeastOwnBaseline && baseline <= kMostOwnBaseline;
-    if (!isOwn && VRAXRespirationModuleIsConnected() == 0) return 0;
+    const bool isHeld = values.IsOn("impedance-hold");
+    if ((!isOwn || isHeld) && VRAXRespirationModuleIsConnected() == 0) return 0;
     if (VRAXEnableRespiration(1) != 1) return 0;
+    if (isHeld) return VRAXSetCalibrationRespiration(values.Int("impedance"), baseline);
     return VRAXSetRespiration(values.Int("impedance"), values.Int("impedance-rate"),
                               values.Int("impedance-ratio"), baseline,
                               values.Int("impedance-apnea"));
+}
+
+int SetImpedanceFile(const Values& values)
+{
+    if (VRAXRespirationModuleIsConnected() == 0) return 0;
+    const RawSamples samples = ReadRawSamples(values.Path("impedance-file"), 1);
+    const auto& ohms = samples.channels.front();
+    return VRAXSetRespirationRawData(ohms.data(), static_cast<int>(ohms.size()),
+                                     static_cast<int>(samples.rate));
+}
+
+// The record has ten bytes: a code a slot, and the word in the order of the host.
+int SetPulseGroups(const Values& values)
+{
+    const auto word = static_cast<std::uint16_t>(values["pulse-group-word"]);
+    unsigned char record[kSlots + sizeof word];
+    const std::vector<int> codes = SlotsOf(values["pulse-groups"]);
+    std::copy(codes.begin(), codes.end(), record);
+    std::memcpy(record + kSlots, &word, sizeof word);
+    std::uint16_t setting[sizeof record / 2];
+    std::memcpy(setting, record, sizeof record);
+    return VRAXWriteLEDPulseGroupSetting(setting);
+}
+
+// 0 where nothing was to be done.
+int ResetIfAsked(const Values& values, const char* name, int (*reset)())
+{
+    return values.Word(name) == "factory" ? reset() : 0;
+}
+
+// The codes of the module's four elements go together.
+int SetModuleCodes(const Values& values)
+{
+    const auto code = [&](const char* name) { return static_cast<unsigned>(values[name]); };
+    const unsigned baseline = values.Has("module-baseline-code") ? code("module-baseline-code")
+                              : values.Has("module-baseline")
+                                  ? ExtRespGetBaselineDAC(values.Int("module-baseline"))
+                                  : ExtRespGetBaselineDAC(0);
+    return VRAXExternalRespiratorySetDAC(code("module-code1"), code("module-code2"),
+                                         code("module-code3"), baseline);
 }
 
 int SetBreathing(const Values& values)
@@ -140,6 +157,13 @@ const std::vector<Call>& FirstCalls()
 {
     using V = const Values&;
     static const std::vector<Call> calls = {
+        {"SetDeviceTimeoutSetting",
+         {"read-timeout", "write-timeout"},
+         [](V v) {
+             SetDeviceTimeoutSetting(static_cast<unsigned>(v["read-timeout"]),
+                                     static_cast<unsigned>(v["write-timeout"]));
+             return 0;
+         }},
         {"VRAXSetSampleRate",
          {"sample-rate"},
          [](V v) { return VRAXSetSampleRate(v.Int("sample-rate")); }},
@@ -148,7 +172,7 @@ const std::vector<Call>& FirstCalls()
         {"VRAXSetSpecialWaveformLoop", {"loop"}, SetLoop},
         {"VRAXSetAmplitude", {"amplitude"}, [](V v) { return VRAXSetAmplitude(v["amplitude"]); }},
         {"VRAXSetFrequency", {"frequency"}, [](V v) { return VRAXSetFrequency(v["frequency"]); }},
-        {"VRAXSetFrequency", {"rate"}, [](V v) { return VRAXSetFrequency(Frequency(v)); }},
+        {"VRAXSetFrequency", {"rate"}, [](V v) { return VRAXSetFrequency(v.FrequencyHz()); }},
         {"VRAXSetDCOffsetVariableMode",
          {"dc-variable"},
          [](V v) { return VRAXSetDCOffsetVariableMode(v.IsOn("dc-variable")); }},
@@ -240,6 +264,11 @@ const std::vector<Call>& DisturbanceCalls()
           "breathing-amplitude", "breathing-frequency"},
          SetBreathing,
          true},
+        {"VRAXSetRespirationRawData",
+         {"impedance-file"},
+         SetImpedanceFile,
+         true,
+         kRespirationModule},
     };
     return calls;
 }
@@ -262,6 +291,12 @@ const std::vector<Call>& PpgCalls()
              VRAXSetPTTp(v.Int("ppg-transit-time"));
              return 0;
          }},
+        // Refused while a signal plays.
+        {"VRAXWriteLEDPulseGroupSetting",
+         {"pulse-groups", "pulse-group-word"},
+         SetPulseGroups,
+         true,
+         kPpgModule},
     };
     return calls;
 }
@@ -272,8 +307,8 @@ const std::vector<Call>& ModuleCalls()
     using V = const Values&;
     static const std::vector<Call> calls = {
         {"VRAXSetRespiration",
-         {"impedance", "impedance-rate", "impedance-ratio", "impedance-baseline",
-          "impedance-apnea"},
+         {"impedance", "impedance-rate", "impedance-ratio", "impedance-baseline", "impedance-apnea",
+          "impedance-hold", "impedance-file"},
          SetImpedance,
          true,
          kRespirationModule},
@@ -301,6 +336,16 @@ const std::vector<Call>& ModuleCalls()
          {"transmission-rate"},
          [](V v) -> int { return VRAXConfigureTransmissionRate(v.Int("transmission-rate")); },
          true,
+         kPpgModule},
+        {"ResetPPGTriggerLevel",
+         {"trigger-levels"},
+         [](V v) { return ResetIfAsked(v, "trigger-levels", ResetPPGTriggerLevel); },
+         false,
+         kPpgModule},
+        {"ResetPPGLedLevel",
+         {"led-levels"},
+         [](V v) { return ResetIfAsked(v, "led-levels", ResetPPGLedLevel); },
+         false,
          kPpgModule},
         {"SetPPGTriggerLevel",
          {"trigger-level1"},
@@ -346,74 +391,36 @@ const std::vector<Call>& PlayingCalls()
          true},
         {"VRAXMeasureRLD", {"rld"}, [](V v) { return VRAXMeasureRLD(v.IsOn("rld")); }, true},
         {"SetDcDac", {"dc-code"}, [](V v) { return SetDcDac(v.Int("dc-code")); }, true},
+        {"VRAXExternalRespiratorySetBaseline",
+         {"module-baseline"},
+         [](V v) { return VRAXExternalRespiratorySetBaseline(v.Int("module-baseline"), 0); },
+         true,
+         kRespirationModule},
+        {"VRAXExternalRespiratorySetDAC",
+         {"module-code1", "module-code2", "module-code3"},
+         SetModuleCodes,
+         true,
+         kRespirationModule},
+        {"VRAXExternalRespiratorySetAmplitudeByResistance",
+         {"module-resistance"},
+         [](V v) {
+             return VRAXExternalRespiratorySetAmplitudeByResistance(v["module-resistance"]);
+         },
+         true,
+         kRespirationModule},
+        {"VRAXExternalRespiratorySetBaselineDAC",
+         {"module-baseline-code"},
+         [](V v) {
+             return VRAXExternalRespiratorySetBaselineDAC(
+                 static_cast<unsigned>(v["module-baseline-code"]));
+         },
+         true,
+         kRespirationModule},
     };
     return calls;
 }
 
-Names PulseNames(int led)
-{
-    Names names;
-    const std::string ppg = fmt::format("ppg{}", led);
-    for (const Parameter& parameter : Parameters()) {
-        if (parameter.name.starts_with(ppg)) names.push_back(parameter.name);
-    }
-    return names;
-}
-
-PPG_WAVEFORM Pulse(const Values& values, const std::string& ppg)
-{
-    const auto given = [&](const std::string& part, double otherwise) {
-        return values.Has(ppg + part) ? values[ppg + part] : otherwise;
-    };
-    PPG_WAVEFORM wave{};
-    wave.waveform = values.Int(ppg);
-    wave.frequency = given("-frequency", Frequency(values));
-    wave.dc = values[ppg + "-dc"];
-    wave.ac = values[ppg + "-ac"];
-    wave.ledSync = values.Int(ppg + "-sync");
-    wave.invert = values.Int(ppg + "-invert");
-    if (wave.waveform != kStandardPulse) return wave;
-    const double periodMs = 1000.0 / wave.frequency;
-    wave.notchLevel = given("-notch", kNotchHeight * wave.ac);
-    wave.dicroticLevel = given("-dicrotic", kDicroticHeight * wave.ac);
-    wave.t1 = static_cast<int>(given("-peak-time", kPeakTime * periodMs));
-    wave.t2 = static_cast<int>(given("-notch-time", kNotchTime * periodMs));
-    wave.t3 = static_cast<int>(given("-dicrotic-time", kDicroticTime * periodMs));
-    return wave;
-}
-
-void SetPulse(const Values& values, int led)
-{
-    const std::string ppg = fmt::format("ppg{}", led);
-    const bool isShaped = std::any_of(kShapeParts.begin(), kShapeParts.end(),
-                                      [&](const char* part) { return values.Has(ppg + part); });
-    const PPG_WAVEFORM wave = Pulse(values, ppg);
-    const int result =
-        isShaped ? SetPPGWaveform(led, &wave)
-                 : VRAXSetPPGStandardWaveform(led, wave.waveform, wave.ledSync, wave.invert,
-                                              wave.frequency, wave.dc, wave.ac);
-    if (result <= 0) {
-        throw Failure(fmt::format("the pulse of {} at {:g} Hz, {:g} mV DC and {:g} mV AC was "
-                                  "refused ({})",
-                                  ppg, wave.frequency, wave.dc, wave.ac, result),
-                      VRAXIsPPGConnected()
-                          ? Ranges({ppg + "-frequency", ppg + "-dc", ppg + "-ac"}) +
-                                "; vrax info tells the ranges of the module"
-                          : "the instrument has no PPG module");
-    }
-    if (VRAXEnablePPGOutput(led, true) != 0) {
-        throw Failure(fmt::format("{} could not be switched on", ppg), "stop what plays first");
-    }
-}
-
 }  // namespace
-
-bool HasPulse(const Values& values, int led)
-{
-    const Names names = PulseNames(led);
-    return std::any_of(names.begin(), names.end(),
-                       [&](const std::string& name) { return values.Has(name); });
-}
 
 void SetParameters(const Values& values)
 {
@@ -422,10 +429,7 @@ void SetParameters(const Values& values)
     }
     for (const Call& call : FirstCalls()) Make(call, values);
     for (const Call& call : DisturbanceCalls()) Make(call, values);
-    if (values.Has("ppg-above-dc")) VRAXEnableACAboveDC(values.IsOn("ppg-above-dc"));
-    for (int led = 0; led < kPpgChannels; ++led) {
-        if (HasPulse(values, led)) SetPulse(values, led);
-    }
+    SetPulses(values);
     for (const Call& call : PpgCalls()) Make(call, values);
     for (const Call& call : ModuleCalls()) Make(call, values);
 }

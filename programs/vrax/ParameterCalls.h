@@ -15,7 +15,4 @@ void SetPlayingParameters(const Values& values);
 // While it plays on after the instrument was away: what the library does not send again by itself.
 void SetParametersAgain(const Values& values);
 
-// Whether a PPG channel is given.
-bool HasPulse(const Values& values, int led);
-
 }  // namespace vrax

@@ -22,8 +22,18 @@ constexpr char kRespiration[] = "Respiration";
 constexpr char kPpg[] = "PPG";
 constexpr char kSensor[] = "PPG sensor";
 constexpr char kRates[] = "Samples and raw codes";
+constexpr char kModule[] = "Respiration module, held by hand";
+constexpr char kPort[] = "Port";
+
+// Longer than a beat can be at 0.017 Hz.
+constexpr double kMostTransitMs = 60000;
+constexpr double kMostTimeoutMs = 10000;
+constexpr double kMostCode = 65535;
 
 const std::vector<std::string> kShapes = {"sine", "triangle", "square", "pulse"};
+const std::vector<std::string> kBaselines = {"0",    "100",  "200",  "500",  "1000", "1500",
+                                             "2000", "2500", "3000", "3500", "4000", "4500"};
+const std::vector<std::string> kOrigins = {"kept", "factory"};
 
 void AddSignals(std::vector<Parameter>& list)
 {
@@ -140,17 +150,13 @@ void AddRespiration(std::vector<Parameter>& list)
           "impedance respiration, peak to peak; the instrument makes it"},
          {"impedance-rate", kRespiration, Whole, "1/min", 1, 200, 15, "its breaths"},
          {"impedance-ratio", kRespiration, Whole, "", 1, 5, 2, "N for inhale:exhale of 1:N"},
-         {"impedance-baseline",
-          kRespiration,
-          Choice,
-          "Ohm",
-          0,
-          11,
-          3,
-          "below 500 and above 2500 with the module alone",
-          {"0", "100", "200", "500", "1000", "1500", "2000", "2500", "3000", "3500", "4000",
-           "4500"}},
+         {"impedance-baseline", kRespiration, Choice, "Ohm", 0, 11, 3,
+          "below 500 and above 2500 with the module alone", kBaselines},
          {"impedance-apnea", kRespiration, Whole, "s", 0, 60, 0, "of every minute"},
+         {"impedance-hold", kRespiration, Switch, "", 0, 1, 0,
+          "without breath: the module at 50 Ohm and the impedance above it"},
+         {"impedance-file", kRespiration, File, "", 0, 0, kKept,
+          "text file of one channel in place of the breath: Ohm above 50, of the module"},
          {"breathing-rate", kRespiration, Whole, "1/min", 1, 200, 15,
           "breaths that modulate ecg, custom-ecg and the PPG"},
          {"breathing-ratio", kRespiration, Whole, "", 1, 5, 2, "N for inhale:exhale of 1:N"},
@@ -180,6 +186,8 @@ void AddPulse(std::vector<Parameter>& list, const std::string& ppg)
          {ppg + "-notch-time", kPpg, Whole, "ms", 0, 6250, 360, "notch; 36 % of the period"},
          {ppg + "-dicrotic-time", kPpg, Whole, "ms", 0, 6250, 460,
           "dicrotic wave; 46 % of the period"},
+         {ppg + "-file", kPpg, File, "", 0, 0, kKept,
+          "text file of two channels in place of the shape: a period of DC and pulse, mV"},
          {ppg + "-sync", kPpg, Whole, "", 1, 2, 1, "LED synchronisation"},
          {ppg + "-invert", kPpg, Switch, "", 0, 1, 0, "upside down"}});
 }
@@ -189,20 +197,54 @@ void AddPpg(std::vector<Parameter>& list)
     using enum Kind;
     for (int led = 0; led < kPpgChannels; ++led) AddPulse(list, fmt::format("ppg{}", led));
     list.insert(list.end(),
-                {{"ppg-transit-time", kPpg, Whole, "ms", -1, 5000, -1,
+                {{"ppg-transit-time", kPpg, Whole, "ms", -1, kMostTransitMs, -1,
                   "from the R wave to the peak of the pulse; -1: not synchronised"},
                  {"ppg-above-dc", kPpg, Switch, "", 0, 1, 0, "the pulse reaches above its level"},
-                 {"ambient-light", kSensor, Whole, "", 0, 14, 0, "that the module adds"},
+                 {"ambient-light", kSensor, Whole, "", 0, 14, kKept, "that the module adds"},
                  {"dynamic-light", kSensor, Switch, "", 0, 1, 0, "dynamic light"},
                  {"dynamic-strength", kSensor, Switch, "", 0, 1, 0, "follow the received light"},
                  {"strength-detection", kSensor, Switch, "", 0, 1, 0, "signal strength detection"},
-                 {"transmission-rate", kSensor, Whole, "", 0, 5, 0, "of module 3407"}});
+                 {"transmission-rate", kSensor, Whole, "", 0, 5, 0, "of module 3407"},
+                 {"pulse-groups", kSensor, Slots, "", 0, 3, kKept,
+                  "LED pulse group of each of the eight slots; 0 for none"},
+                 {"pulse-group-word", kSensor, Whole, "", 0, kMostCode, 0,
+                  "beside pulse-groups; 0 fixes them when the first slot has one"},
+                 {"trigger-levels", kSensor, Choice, "", 0, 1, 0,
+                  "give all LEDs those that the module left the factory with", kOrigins},
+                 {"led-levels", kSensor, Choice, "", 0, 1, 0,
+                  "give all LEDs those that the module left the factory with", kOrigins}});
     for (int position = 1; position <= kPpgChannels; ++position) {
-        list.push_back({fmt::format("trigger-level{}", position), kSensor, Whole, "", 0, 255, 0,
+        list.push_back({fmt::format("trigger-level{}", position), kSensor, Whole, "", 0, 255, kKept,
                         "trigger level of the LED"});
-        list.push_back({fmt::format("led-level{}", position), kSensor, Whole, "", 0, 255, 0,
+        list.push_back({fmt::format("led-level{}", position), kSensor, Whole, "", 0, 255, kKept,
                         "drive level of the LED"});
     }
+}
+
+// What a test of the external module asks for; respiration that is on sets it anew.
+void AddModule(std::vector<Parameter>& list)
+{
+    using enum Kind;
+    list.insert(list.end(), {{"module-baseline", kModule, Choice, "Ohm", 0, 11, kKept,
+                              "baseline of the module", kBaselines},
+                             {"module-code1", kModule, Whole, "", 0, kMostCode, 0,
+                              "code of its first resistance; all three are set"},
+                             {"module-code2", kModule, Whole, "", 0, kMostCode, 0, "of its second"},
+                             {"module-code3", kModule, Whole, "", 0, kMostCode, 0, "of its third"},
+                             {"module-resistance", kModule, Number, "Ohm", 50, 60, kKept,
+                              "resistance, in place of the three codes"},
+                             {"module-baseline-code", kModule, Whole, "", 0, kMostCode, kKept,
+                              "code of its baseline"}});
+}
+
+// How long one read and one write may take.
+void AddPort(std::vector<Parameter>& list)
+{
+    using enum Kind;
+    list.insert(list.end(), {{"read-timeout", kPort, Whole, "ms", 1, kMostTimeoutMs, 100,
+                              "of a read from the port"},
+                             {"write-timeout", kPort, Whole, "ms", 1, kMostTimeoutMs, 200,
+                              "of a write to it"}});
 }
 
 std::vector<Parameter> MakeParameters()
@@ -214,10 +256,12 @@ std::vector<Parameter> MakeParameters()
     AddElectrodes(list);
     AddRespiration(list);
     AddPpg(list);
+    AddModule(list);
     list.push_back({"sample-rate", kRates, Kind::Whole, "1/s", 100, 40000, 20000,
                     "samples a second; a PPG has 10000, the respiration module 5000"});
-    list.push_back({"dc-code", kRates, Kind::Whole, "", 0, 65535, 0,
+    list.push_back({"dc-code", kRates, Kind::Whole, "", 0, kMostCode, kKept,
                     "code for the DC converter in place of the offset"});
+    AddPort(list);
     return list;
 }
 
@@ -259,13 +303,24 @@ double ReadLeads(const Parameter& parameter, const std::string& text)
     return mask;
 }
 
+// One digit each, all of them.
+double ReadSlots(const Parameter& parameter, const std::string& text)
+{
+    unsigned value = 0;
+    if (text.size() != 2 * kSlots - 1) throw Refused(parameter, text);
+    for (unsigned i = 0; i < text.size(); ++i) {
+        const char symbol = text[i];
+        const bool isFitting =
+            i % 2 == 1 ? symbol == ',' : symbol >= '0' && symbol <= '0' + parameter.high;
+        if (!isFitting) throw Refused(parameter, text);
+        if (i % 2 == 0) value |= static_cast<unsigned>(symbol - '0') << i;
+    }
+    return value;
+}
+
 std::string LeadsText(double value)
 {
-    const auto mask = static_cast<unsigned>(value);
-    std::vector<int> leads;
-    for (int lead = 0; lead < kLeads; ++lead) {
-        if ((mask >> lead & 1U) != 0) leads.push_back(lead);
-    }
+    const std::vector<int> leads = LeadsOf(value);
     return leads.empty() ? "none" : fmt::format("{}", fmt::join(leads, ","));
 }
 
@@ -296,11 +351,43 @@ std::string RangeText(const Parameter& parameter)
         case Kind::Switch: return "on or off";
         case Kind::Choice: return fmt::format("{}{}", fmt::join(parameter.words, ", "), unit);
         case Kind::Leads: return fmt::format("0 to {} as in 0,2,3, all or none", kLeads - 1);
+        case Kind::Slots:
+            return fmt::format("{} codes 0 to {:g}, as in 1,2,0,1,2,0,0,0", kSlots, parameter.high);
+        case Kind::File: return "FILE";
         case Kind::Whole:
         case Kind::Number: break;
     }
     return fmt::format("{:g} to {:g}{}{}", parameter.low, parameter.high, unit,
                        parameter.kind == Kind::Whole ? ", whole" : "");
+}
+
+std::string RangeTexts(const std::vector<std::string>& names)
+{
+    std::vector<std::string> texts;
+    for (const std::string& name : names) {
+        texts.push_back(fmt::format("{} takes {}", name, RangeText(FindParameter(name))));
+    }
+    return fmt::format("{}", fmt::join(texts, ", "));
+}
+
+std::vector<int> LeadsOf(double value)
+{
+    const auto mask = static_cast<unsigned>(value);
+    std::vector<int> leads;
+    for (int lead = 0; lead < kLeads; ++lead) {
+        if ((mask >> lead & 1U) != 0) leads.push_back(lead);
+    }
+    return leads;
+}
+
+std::vector<int> SlotsOf(double value)
+{
+    const auto bits = static_cast<unsigned>(value);
+    std::vector<int> codes;
+    for (int slot = 0; slot < kSlots; ++slot) {
+        codes.push_back(static_cast<int>(bits >> 2 * slot & 3U));
+    }
+    return codes;
 }
 
 double ReadValue(const Parameter& parameter, const std::string& text)
@@ -316,6 +403,10 @@ double ReadValue(const Parameter& parameter, const std::string& text)
             return static_cast<double>(found - words.begin());
         }
         case Kind::Leads: return ReadLeads(parameter, text);
+        case Kind::Slots: return ReadSlots(parameter, text);
+        case Kind::File:
+            if (text.empty()) throw Refused(parameter, text);
+            return kKept;
         case Kind::Whole:
         case Kind::Number: break;
     }
@@ -329,6 +420,8 @@ std::string ValueText(const Parameter& parameter, double value)
         case Kind::Switch: return value != 0.0 ? "on" : "off";
         case Kind::Choice: return parameter.words.at(static_cast<std::size_t>(value)) + unit;
         case Kind::Leads: return LeadsText(value);
+        case Kind::Slots: return fmt::format("{}", fmt::join(SlotsOf(value), ","));
+        case Kind::File: return "";
         case Kind::Whole:
         case Kind::Number: break;
     }
@@ -337,13 +430,36 @@ std::string ValueText(const Parameter& parameter, double value)
 
 void Values::Set(const std::string& name, const std::string& text)
 {
-    given_[name] = ReadValue(FindParameter(name), text);
+    given_[name] = {ReadValue(FindParameter(name), text), text};
 }
 
 double Values::operator[](const std::string& name) const
 {
     const auto found = given_.find(name);
-    return found != given_.end() ? found->second : FindParameter(name).initial;
+    return found != given_.end() ? found->second.value : FindParameter(name).initial;
+}
+
+const std::string& Values::Word(const std::string& name) const
+{
+    return FindParameter(name).words.at(static_cast<std::size_t>((*this)[name]));
+}
+
+std::string Values::Path(const std::string& name) const
+{
+    const auto found = given_.find(name);
+    return found != given_.end() ? found->second.text : "";
+}
+
+double Values::FrequencyHz() const
+{
+    constexpr double kSecondsPerMinute = 60.0;
+    return Has("rate") ? (*this)["rate"] / kSecondsPerMinute : (*this)["frequency"];
+}
+
+std::string Values::Text(const std::string& name) const
+{
+    const Parameter& parameter = FindParameter(name);
+    return parameter.kind == Kind::File ? Path(name) : ValueText(parameter, (*this)[name]);
 }
 
 std::vector<std::string> Values::Texts() const
@@ -351,7 +467,7 @@ std::vector<std::string> Values::Texts() const
     std::vector<std::string> texts;
     for (const Parameter& parameter : Parameters()) {
         if (!Has(parameter.name)) continue;
-        texts.push_back(parameter.name + " " + ValueText(parameter, (*this)[parameter.name]));
+        texts.push_back(parameter.name + " " + Text(parameter.name));
     }
     return texts;
 }

@@ -1,5 +1,6 @@
 #include "Plot.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
@@ -29,6 +30,23 @@ struct PlotOptions {
     bool isReplacing = false;
 };
 
+bool IsConstant(const std::vector<double>& mv)
+{
+    return std::all_of(mv.begin(), mv.end(), [&](double value) { return value == mv.front(); });
+}
+
+// The ECG and the DC part below it where it moves. Of a signal that is DC alone, the DC part.
+void AddStrips(Chart& chart, const SignalRun& run, const std::string& name,
+               const std::string& dcName)
+{
+    const bool isDcAlone = IsConstant(run.ecgMv) && run.ecgMv.front() == 0.0 &&
+                           run.pacingMv.empty() && run.dcMv.front() != 0.0;
+    if (!isDcAlone) chart.strips.push_back({name, run.rate, run.ecgMv, run.pacingMv});
+    if (isDcAlone || !IsConstant(run.dcMv)) {
+        chart.strips.push_back({dcName, run.rate, run.dcMv, {}, Scaling::Level});
+    }
+}
+
 Chart MakeChart(const SignalRequest& request, const PlotOptions& options)
 {
     const auto runs = RunChannels(request, options.seconds);
@@ -39,13 +57,16 @@ Chart MakeChart(const SignalRequest& request, const PlotOptions& options)
         const std::string name =
             runs.size() == 1 ? "ECG" : fmt::format("channel {}", request.channels[i]);
         if (run.ecgMv.empty()) throw Failure("the signal has no sample", "try a longer --for");
-        chart.strips.push_back({name, run.rate, run.ecgMv, run.pacingMv});
+        AddStrips(chart, run, name, runs.size() == 1 ? "DC" : name + ", DC");
     }
     for (std::size_t led = 0; led < runs.front().ppgMv.size(); ++led) {
         const auto& pulse = runs.front().ppgMv[led];
         if (pulse.empty()) continue;
-        chart.strips.push_back(
-            {fmt::format("PPG {}, without its DC level", led), runs.front().rate, pulse, {}, true});
+        chart.strips.push_back({fmt::format("PPG {}, without its DC level", led),
+                                runs.front().rate,
+                                pulse,
+                                {},
+                                Scaling::Pulse});
     }
     return chart;
 }
@@ -116,8 +137,10 @@ void AddPlotCommand(CLI::App& app, Program& program)
         ->check(FiniteRange(50.0, 600.0))
         ->capture_default_str();
     command->footer(
-        "25 mm/s and 10 mm/mV, ten seconds a row, without the DC offset. Pacing pulses are spikes\n"
-        "of one height. The samples come as in vrax render; no instrument is used.");
+        "25 mm/s and 10 mm/mV, ten seconds a row, without the DC offset. A DC part that moves, or\n"
+        "is all of the signal, has a strip on a scale of its own, whose ends are told at a bar.\n"
+        "Pacing pulses are spikes of one height. The samples come as in vrax render; no\n"
+        "instrument is used.");
     program.SetOfflineAction(
         *command, [&program, options] { return Prepare(program, *options); },
         [&program, options] { return Plot(program, *options); });

@@ -181,6 +181,7 @@ void Program::PrintJson(const Json& answer)
 
 void Program::PrintJsonLine(const Json& answer)
 {
+    isInLines_ = true;
     PrintAnswer(answer.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 
@@ -203,9 +204,10 @@ int Program::Show(const Failure& failure)
     if (!isJson_) return failure.Status();
     try {
         if (answers_ == nullptr) RedirectOutput();
-        PrintJson({{"failure", failure.Sentence()},
-                   {"advice", failure.Advice()},
-                   {"status", static_cast<int>(failure.Status())}});
+        const Json answer = {{"failure", failure.Sentence()},
+                             {"advice", failure.Advice()},
+                             {"status", static_cast<int>(failure.Status())}};
+        isInLines_ ? PrintJsonLine(answer) : PrintJson(answer);
     } catch (const std::exception&) {
         // Standard output takes nothing, which may be the failure itself; the status tells.
     }

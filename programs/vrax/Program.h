@@ -59,7 +59,8 @@ public:
     // goes to standard error in this mode. Bytes that are no UTF-8 are replaced.
     void PrintJson(const Json& answer);
 
-    // In JSON mode: an object on a line of its own, for commands that tell how they go on.
+    // In JSON mode: an object on a line of its own, for commands that tell how they go on. A
+    // failure that follows is one as well.
     void PrintJsonLine(const Json& answer);
 
     // Waits for the instrument and tells on a terminal that it does. Throws Failure with
@@ -92,6 +93,7 @@ private:
     std::function<int()> action_;
     std::FILE* answers_ = nullptr;  // JSON mode: the real standard output
     bool isJson_ = false;
+    bool isInLines_ = false;
     bool isSimulated_ = false;
     bool isInsideSimulation_ = false;
     bool isOffline_ = false;

@@ -1,9 +1,13 @@
 #include "SignalOptions.h"
 
+#include <cmath>
+
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
 #include "Failure.h"
+#include "PulseCalls.h"
+#include "RawSamples.h"
 #include "vrax.h"
 
 namespace vrax {
@@ -12,12 +16,18 @@ namespace {
 
 constexpr double kSecondsPerMinute = 60.0;
 
+// Of the dynamic range tests, either side of zero.
+constexpr double kRangeTestMostMv = 20.0;
+constexpr double kRangeTriangleMostMv = 5.0;
+
 void AddParameter(CLI::App& command, const Parameter& parameter, SignalOptions& options)
 {
     const auto store = [&options, name = parameter.name](const std::string& text) {
         options.given.emplace_back(name, text);
     };
-    const std::string initial = fmt::format(" [{}]", ValueText(parameter, parameter.initial));
+    const std::string initial = std::isnan(parameter.initial)
+                                    ? ""
+                                    : fmt::format(" [{}]", ValueText(parameter, parameter.initial));
     command
         .add_option_function<std::string>("--" + parameter.name, store, parameter.help + initial)
         ->type_name(RangeText(parameter))
@@ -55,6 +65,18 @@ void CheckChannels(const SignalRequest& request)
     }
 }
 
+// The waveforms of the three standards share one number: that of another would select wrongly.
+void CheckWaves(const SignalRequest& request)
+{
+    for (const char* number : {"227", "251", "247"}) {
+        const std::string parameter = std::string("wave") + number;
+        const std::string signal = std::string("iec") + number;
+        if (!request.values.Has(parameter) || request.signal.Name() == signal) continue;
+        throw Failure(fmt::format("{} has no {}", request.signal.Name(), parameter),
+                      fmt::format("--{} is for {}", parameter, signal), kWrongUsage);
+    }
+}
+
 // Above its ceiling a signal plays at the ceiling.
 void CutFrequency(SignalRequest& request)
 {
@@ -69,6 +91,40 @@ void CutFrequency(SignalRequest& request)
                                               ValueText(parameter, request.values[name]), name));
         request.values.Set(name, fmt::format("{}", most));
     }
+}
+
+// A dynamic range test makes room for its small sine, and holds a triangle closer than a square.
+void CutAmplitude(SignalRequest& request)
+{
+    if (request.signal.builtIn == nullptr) return;
+    const std::string name = request.signal.Name();
+    if (name != "range-triangle" && name != "range-square") return;
+    Values& values = request.values;
+    const Parameter& amplitude = FindParameter("amplitude");
+    const double mostMv = 2.0 * kRangeTestMostMv - values["range-amplitude"];
+    if (values["amplitude"] > mostMv) {
+        request.remarks.push_back(
+            fmt::format("{} plays an amplitude of {} instead of {}: with range-amplitude it stays "
+                        "within {:g} mV",
+                        name, ValueText(amplitude, mostMv), values.Text("amplitude"),
+                        kRangeTestMostMv));
+        values.Set("amplitude", fmt::format("{}", mostMv));
+    }
+    const double heightMv = (std::abs(values["amplitude"]) + values["range-amplitude"]) / 2.0;
+    const double holdMv = name == "range-triangle" ? kRangeTriangleMostMv : kRangeTestMostMv;
+    if (heightMv <= holdMv) return;
+    request.remarks.push_back(
+        fmt::format("{} reaches {:g} mV and is cut off at {:g} mV", name, heightMv, holdMv));
+}
+
+void CheckModules(const Values& values)
+{
+    CheckPulses(values);
+    if (values.Has("pulse-group-word") && !values.Has("pulse-groups")) {
+        throw Failure("pulse-group-word is written with the groups alone", "give --pulse-groups",
+                      kWrongUsage);
+    }
+    if (values.Has("impedance-file")) ReadRawSamples(values.Path("impedance-file"), 1);
 }
 
 }  // namespace
@@ -118,7 +174,10 @@ SignalRequest ReadRequest(const SignalOptions& options)
         throw Failure("fixed-dc has no level without a code", "give --dc-code 0 to 65535",
                       kWrongUsage);
     }
+    CheckWaves(request);
+    CheckModules(request.values);
     CutFrequency(request);
+    CutAmplitude(request);
     return request;
 }
 

@@ -4,12 +4,15 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <optional>
 
 #include <fmt/format.h>
 
+#include "CalibrationTable.h"
 #include "Failure.h"
 #include "Interruption.h"
 #include "ParameterCalls.h"
+#include "PulseCalls.h"
 #include "vrax.h"
 
 namespace vrax {
@@ -140,6 +143,7 @@ SignalRun RunSignal(const SignalRequest& request, int channel, double seconds)
 {
     SignalRun run;
     std::size_t count = 0;
+    std::optional<double> fixedMv;
     {
         const Connection connection;
         LoadRecord(request.signal, channel);
@@ -155,7 +159,12 @@ SignalRun RunSignal(const SignalRequest& request, int channel, double seconds)
         AwaitSamples(wanted);
         VRAXSetOutputFunction(OUTPUT_OFF);
         count = std::min<std::size_t>(wanted, s_samples);
+        if (request.values.Has("dc-code")) {
+            fixedMv = LevelOfCode(CurrentCalibration(), request.values.Int("dc-code"));
+        }
     }
+    // A code stands in the place of the level that is recorded.
+    if (fixedMv.has_value()) std::fill(run.dcMv.begin(), run.dcMv.end(), *fixedMv);
     TakeResults(run, request, count);
     return run;
 }

@@ -22,7 +22,7 @@ constexpr double kSquare = 5.0;
 constexpr double kAbove = 10.0;      // of the highest value, for the names
 constexpr double kBelow = 5.0;       // of the lowest, for the seconds
 constexpr double kLowestTop = 10.0;  // the calibration mark has room
-constexpr double kPulseHeight = 20.0;
+constexpr double kScaledHeight = 20.0;
 constexpr double kSpikeHeight = 12.0;
 constexpr double kTick = 0.9;
 constexpr ecg::Colour kSpike{0.80, 0.20, 0.02};
@@ -36,6 +36,7 @@ struct Row {
     double height;  // mm
     double baseline;
     double mmPerMv;
+    double low;  // mV, of the whole strip
 };
 
 double ToSquares(double mm) { return std::ceil(mm / kSquare - 1e-9) * kSquare; }
@@ -44,13 +45,21 @@ double ToSquares(double mm) { return std::ceil(mm / kSquare - 1e-9) * kSquare; }
 Row Scale(const Strip& strip)
 {
     const auto [lowest, highest] = std::minmax_element(strip.mv.begin(), strip.mv.end());
-    const double low = std::min(*lowest, 0.0);
-    const double high = std::max(*highest, 0.0);
+    const bool isMovingLevel = strip.scaling == Scaling::Level && *lowest < *highest;
+    const double low = isMovingLevel ? *lowest : std::min(*lowest, 0.0);
+    const double high = isMovingLevel ? *highest : std::max(*highest, 0.0);
     const double range = std::max(high - low, 1e-6);
-    const double mmPerMv = strip.isPulse ? kPulseHeight / range : ecg::kMmPerMv;
+    if (strip.scaling == Scaling::Level) {
+        const double mmPerMv = kScaledHeight / range;
+        const double above = ToSquares(kScaledHeight + kAbove);
+        const double height = above + ToSquares(kBelow);
+        return {&strip, 0, 0, 0.0, height, above + low * mmPerMv, mmPerMv, low};
+    }
+    const bool isPulse = strip.scaling == Scaling::Pulse;
+    const double mmPerMv = isPulse ? kScaledHeight / range : ecg::kMmPerMv;
     const double above = ToSquares(std::max(high * mmPerMv, kLowestTop) + kAbove);
     const double below = ToSquares(-low * mmPerMv + kBelow);
-    return {&strip, 0, 0, 0.0, above + below, above, mmPerMv};
+    return {&strip, 0, 0, 0.0, above + below, above, mmPerMv, low};
 }
 
 std::vector<Row> LayOut(const Chart& chart)
@@ -120,6 +129,7 @@ private:
     }
     static double X(double seconds) { return kMargin + kFront + seconds * ecg::kMmPerSecond; }
     void DrawScale(const Row& row);
+    void DrawBar(const Row& row);
     void DrawSeconds(const Row& row);
     void DrawCurve(const Row& row);
     void DrawSpikes(const Row& row);
@@ -132,18 +142,31 @@ private:
 
 void ChartDrawing::DrawScale(const Row& row)
 {
-    if (row.strip->isPulse) {
-        const double x = kMargin + kMarkIndent + kSquare;
-        const double mv = kPulseHeight / row.mmPerMv;
-        paper_.Line(x, row.baseline, x, row.baseline - kPulseHeight, ecg::kInk, ecg::kTraceWidth);
-        paper_.Text(
-            x, row.baseline - kPulseHeight - 1.2, fmt::format("{:.3g} mV", mv),
-            {.size = 2.2, .colour = ecg::kGrey, .anchor = ecg::Anchor::Centre, .hasHalo = true});
-    } else {
+    if (row.strip->scaling == Scaling::Paper) {
         paper_.CalibrationMark(kMargin + kMarkIndent, row.baseline);
+    } else {
+        DrawBar(row);
     }
     paper_.Text(X(0.0) + 0.8, row.top + 4.2, row.strip->name,
                 {.size = 2.9, .colour = kLabel, .isBold = true, .hasHalo = true});
+}
+
+// From the lowest value to the highest. That of a pulse is told by its length, that of a level by
+// its ends.
+void ChartDrawing::DrawBar(const Row& row)
+{
+    const double x = kMargin + kMarkIndent + kSquare;
+    const double bottom = row.baseline - row.low * row.mmPerMv;
+    const double mv = kScaledHeight / row.mmPerMv;
+    const bool isLevel = row.strip->scaling == Scaling::Level;
+    const auto label = [&](double y, double value) {
+        paper_.Text(
+            x, y, fmt::format("{:.4g} mV", value),
+            {.size = 2.2, .colour = ecg::kGrey, .anchor = ecg::Anchor::Centre, .hasHalo = true});
+    };
+    paper_.Line(x, bottom, x, bottom - kScaledHeight, ecg::kInk, ecg::kTraceWidth);
+    label(bottom - kScaledHeight - 1.2, isLevel ? row.low + mv : mv);
+    if (isLevel) label(bottom + 3.0, row.low);
 }
 
 void ChartDrawing::DrawSeconds(const Row& row)

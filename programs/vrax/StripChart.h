@@ -6,12 +6,18 @@
 
 namespace vrax {
 
+enum class Scaling {
+    Paper,  // 10 mm/mV
+    Pulse,  // of its own, with 0 in it
+    Level,  // of its own, from the lowest value to the highest
+};
+
 struct Strip {
     std::string name;
     double rate = 0.0;  // samples a second
     std::vector<double> mv;
     std::vector<double> pacingMv = {};  // drawn as spikes, not to scale
-    bool isPulse = false;               // a PPG, on a scale of its own
+    Scaling scaling = Scaling::Paper;
 };
 
 struct Chart {

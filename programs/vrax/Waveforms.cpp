@@ -37,8 +37,8 @@ Json JsonOf(const WaveformFamily& family, const std::vector<TableSource>& source
                                      {"name", waveform.name},
                                      {"rate", waveform.rate},
                                      {"seconds", waveform.seconds},
-                                     {"lowestMv", waveform.lowest},
-                                     {"highestMv", waveform.highest}});
+                                     {"lowest_mv", waveform.lowest},
+                                     {"highest_mv", waveform.highest}});
     }
     return json;
 }

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "api/Setters.h"
+#include "device/Exchange.h"
 #include "device/Identification.h"
 #include "ppg/Sensor.h"
 #include "storage/ModelRecord.h"
@@ -146,6 +147,7 @@ void VRAXSetDeviceHandle(long handle)
     g_hDevice = handle;
     g_bPortAdopted = handle != -1;
     if (handle != 0) IsTargetDevice();
+    ForgetReplies();  // who answers is the application's affair from here on
 }
 
 bool VRAXEnableFPGASampling(bool enable)

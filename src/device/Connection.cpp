@@ -73,8 +73,7 @@ void CloseAndForgetReplies()
 {
     CAutoCriticalSection lock(g_AccessCriticalSection);
     DeviceClose();
-    s_nRepliesPending = 0;
-    s_nRepliesUnread = 0;
+    ForgetReplies();
 }
 
 // The reply to a frame that got none in time is not the reply to the next packet.
@@ -83,8 +82,7 @@ void ForgetLateReplies()
     CInterruptLock lock;
     CAutoCriticalSection access(g_AccessCriticalSection);
     ReadPendingReplies();
-    s_nRepliesPending = 0;
-    s_nRepliesUnread = 0;
+    ForgetReplies();
 }
 
 // No command may see a connected instrument and a run that does not stream to it yet: it would wait
@@ -100,11 +98,7 @@ void MarkLost()
 {
     CInterruptLock lock;
     g_bConnected = 0;
-    {
-        CAutoCriticalSection access(g_AccessCriticalSection);
-        s_nRepliesPending = 0;
-        s_nRepliesUnread = 0;
-    }
+    ForgetReplies();
     // Whoever finds the instrument again stops its sampling first.
     s_bFramesMayCome = false;
     g_PPG_PDSamplingRunning = false;

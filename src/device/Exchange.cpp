@@ -44,8 +44,7 @@ CManualResetEvent s_release(false);
 void ForgetPendingReplies() REQUIRES(g_AccessCriticalSection)
 {
     ReadPendingReplies();
-    s_nRepliesPending = 0;
-    s_nRepliesUnread = 0;
+    ForgetReplies();
 }
 
 // A reply that a command gave up may be late by as much as the command waited.
@@ -56,20 +55,19 @@ std::int64_t LateReplyDeadline()
     return DeviceReadDeadline(startNs);
 }
 
-// A port that the application handed over has no poll thread: what lies on it is the reply.
-bool IsReadByOthers() { return !g_bPortAdopted || g_bConnected != 0; }
-
 // Replies that commands have given up may still come, and nothing else: the next command goes out
 // at once and tells its own reply from theirs.
 bool OnlyLateRepliesMayCome() REQUIRES(g_AccessCriticalSection)
 {
     return s_nRepliesPending > 0 && s_nReplyGivenUpNs != 0 && s_nRepliesUnread == 0 &&
-           !s_ECGGoing && !s_bFramesMayCome && IsReadByOthers();
+           !s_ECGGoing && !s_bFramesMayCome;
 }
 
+// A port that the application handed over has no poll thread: what lies on it is the reply, but
+// for that of a sampling command, which may have taken a frame for it.
 void DropInput() REQUIRES(g_AccessCriticalSection)
 {
-    if (!IsReadByOthers()) return;
+    if (g_bPortAdopted && g_bConnected == 0 && !t_sentSamplingCommand) return;
     unsigned char block[kReplyBytes];
     while (s_bFramesMayCome && KeepSamplingFrame(block, DeviceReadAvailable(block, sizeof block))) {
     }
@@ -178,7 +176,6 @@ void SkipLateReplies(std::uint8_t* reply, unsigned length) REQUIRES(g_AccessCrit
 
 void GiveReplyUp()
 {
-    if (!IsReadByOthers()) return;
     const bool packetIsOut = s_nRepliesPending > 0 && s_nReplyGivenUpNs == 0;
     if (!packetIsOut) s_nReplyGivenUpNs = MonotonicNs();
     s_nRepliesPending += 1;
@@ -189,6 +186,13 @@ unsigned ReadReply(std::uint8_t* reply, unsigned length, unsigned* came)
 {
     CAutoCriticalSection lock(g_AccessCriticalSection);
     return ReadReplyUntil(reply, length, DeviceReadDeadline(MonotonicNs()), came);
+}
+
+void ForgetReplies()
+{
+    CAutoCriticalSection lock(g_AccessCriticalSection);
+    s_nRepliesPending = 0;
+    s_nRepliesUnread = 0;
 }
 
 void ExpectPacketReply()

@@ -181,6 +181,9 @@ private:
 // `came`: how many bytes of a reply that is not whole.
 unsigned ReadReply(std::uint8_t* reply, unsigned length, unsigned* came = nullptr);
 
+// Nothing is under way on the port any more, or it is another port.
+void ForgetReplies();
+
 // A packet has been written, and its reply may come. The caller holds g_AccessCriticalSection.
 void ExpectPacketReply();
 

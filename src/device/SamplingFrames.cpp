@@ -47,9 +47,7 @@ bool IsSamplingBlock(const std::uint8_t* block, unsigned length)
 
 bool IsStrayFrame(const std::uint8_t* block, unsigned length)
 {
-    const bool mayBeOfAnEarlierProcess = g_bConnected == 0 && !g_bPortAdopted;
-    return (s_bFramesMayCome || g_PPG_PDSamplingRunning || mayBeOfAnEarlierProcess) &&
-           length > kMaskOffset && HasSamplingHead(block) && NamesChannel(block);
+    return length > kMaskOffset && HasSamplingHead(block) && NamesChannel(block);
 }
 
 bool IsSamplingAcknowledge(const std::uint8_t* block, unsigned length)

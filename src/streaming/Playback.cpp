@@ -45,8 +45,7 @@ bool WritePacket(unsigned char* buffer) REQUIRES(g_InterruptCriticalSection)
     if (s_pace != Pace::kDevice) {
         if (!g_bPortAdopted || g_bConnected != 0) return false;
         DeviceDiscardInput();
-        s_nRepliesPending = 0;
-        s_nRepliesUnread = 0;
+        ForgetReplies();
     }
     s_nPacketNs = PacketNs();
     const bool sent = DeviceWriteData(buffer, kPacketBytes, 0) == kPacketBytes;

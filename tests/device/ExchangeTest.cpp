@@ -223,19 +223,6 @@ TEST(Exchange, TellsItsReplyFromALateOne)
     DeviceClose();
 }
 
-// It begins as a photodiode frame does.
-TEST(Exchange, AReplyMayHoldAnythingWhereNoSensorIsSampled)
-{
-    const CRawPort port(0);
-    VRAXSetDeviceHandle(port.Slave());
-    Bytes reply = VoltageReply(99);
-    reply[0] = 0xAD;
-    reply[1] = 0xFF;
-    port.Send(reply);
-    EXPECT_EQ(VRAXGetUSBBusVoltage(), 99u);
-    VRAXSetDeviceHandle(-1);
-}
-
 // Nobody else reads from a port that the application handed over.
 TEST(Exchange, OnAnAdoptedPortTheReplyMayLieThereAlready)
 {

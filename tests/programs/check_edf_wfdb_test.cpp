@@ -46,7 +46,7 @@ TEST_F(CheckTest, TellsTheFieldsOfAnEdfFile)
     EXPECT_EQ(Field(told, "data")["offset"], 512);
     EXPECT_EQ(told["loads"][0]["code"], 200);
     EXPECT_EQ(told["loads"][0]["seconds"], 2.0);
-    EXPECT_NEAR(told["loads"][0]["highestMv"], 0.1, 1e-6);
+    EXPECT_NEAR(told["loads"][0]["highest_mv"], 0.1, 1e-6);
 }
 
 TEST_F(CheckTest, TellsTheFieldOfTheEdfHeaderThatIsNotAccepted)
@@ -142,13 +142,13 @@ TEST_F(CheckWfdb, TellsTheFieldsOfBothFiles)
         EXPECT_EQ(told["kind"], "wfdb");
         EXPECT_TRUE(told["taken"]);
         EXPECT_EQ(told["file"], header);
-        EXPECT_EQ(told["signalFile"], dir_.File("rec.dat"));
+        EXPECT_EQ(told["signal_file"], dir_.File("rec.dat"));
         // "rec 2 360 100\n" has 14 bytes, "rec.dat " 8.
         EXPECT_EQ(Field(told, "record line: samples a second")["offset"], 6);
         EXPECT_EQ(Field(told, "signal 0: format")["offset"], 14 + 8);
         EXPECT_EQ(Field(told, "signal 1: name")["value"], "S1");
         EXPECT_EQ(told["loads"][1]["code"], 100);
-        EXPECT_EQ(told["loads"][1]["highestMv"], 1.0);  // 200 steps, 200 to the millivolt
+        EXPECT_EQ(told["loads"][1]["highest_mv"], 1.0);  // 200 steps, 200 to the millivolt
     }
 }
 
@@ -186,5 +186,5 @@ TEST_F(CheckWfdb, TellsWhichOffsetIsTaken)
 {
     const Json told = Run(WriteRecord(WfdbHeaderText(1, 100, "212", "200(-12)/mV", 7), Data(100)));
     EXPECT_EQ(Field(told, "signal 0: offset")["note"], "taken as -12, from brackets or field 13");
-    EXPECT_DOUBLE_EQ(told["loads"][0]["highestMv"], 212.0 / 200.0);
+    EXPECT_DOUBLE_EQ(told["loads"][0]["highest_mv"], 212.0 / 200.0);
 }

@@ -44,14 +44,14 @@ TEST_F(CheckTest, TellsLengthExtremesAndWhatIsHeldAtTwentyMillivolts)
     EXPECT_EQ(first["code"], 3);
     EXPECT_EQ(first["samples"], 3);
     EXPECT_DOUBLE_EQ(first["seconds"], 3.0 / 360.0);
-    EXPECT_EQ(first["lowestMv"], -0.3);
-    EXPECT_EQ(first["highestMv"], 1.0);
-    EXPECT_EQ(first["samplesAtLimit"], 0);
+    EXPECT_EQ(first["lowest_mv"], -0.3);
+    EXPECT_EQ(first["highest_mv"], 1.0);
+    EXPECT_EQ(first["samples_at_limit"], 0);
     const Json& second = told["loads"][1];
-    EXPECT_EQ(second["lowestMv"], -19.5);
-    EXPECT_EQ(second["highestMv"], 20.0);
-    EXPECT_EQ(second["samplesAtLimit"], 1);
-    EXPECT_EQ(second["firstAtLimit"], 1);
+    EXPECT_EQ(second["lowest_mv"], -19.5);
+    EXPECT_EQ(second["highest_mv"], 20.0);
+    EXPECT_EQ(second["samples_at_limit"], 1);
+    EXPECT_EQ(second["first_at_limit"], 1);
 }
 
 TEST_F(CheckTest, LoadsOneChannelAloneWhenAskedTo)
@@ -128,8 +128,8 @@ TEST_F(CheckTest, TellsTheFieldsOfABinaryRecord)
     EXPECT_EQ(told["kind"], "binary");
     EXPECT_EQ(Field(told, "rate, samples/s")["value"], "500");
     EXPECT_EQ(Field(told, "number of samples")["offset"], 2);
-    EXPECT_EQ(told["loads"][0]["highestMv"], 20.0);
-    EXPECT_EQ(told["loads"][0]["samplesAtLimit"], 1);
+    EXPECT_EQ(told["loads"][0]["highest_mv"], 20.0);
+    EXPECT_EQ(told["loads"][0]["samples_at_limit"], 1);
 }
 
 TEST_F(CheckTest, TellsWhyABinaryRecordIsRefused)
@@ -150,8 +150,8 @@ TEST_F(CheckTest, TellsAnAhaTextFromATextRecordByItsFields)
     const Json told = Run(Write("aha.txt", "400 -800\n12,7\n5\n"));
     EXPECT_EQ(told["kind"], "aha-text");
     EXPECT_EQ(told["loads"][0]["code"], 2);
-    EXPECT_EQ(told["loads"][0]["highestMv"], 1.0);
-    EXPECT_EQ(told["loads"][1]["lowestMv"], -2.0);
+    EXPECT_EQ(told["loads"][0]["highest_mv"], 1.0);
+    EXPECT_EQ(told["loads"][1]["lowest_mv"], -2.0);
     EXPECT_EQ(Field(told, "left out")["note"], "has one field: left out");
     EXPECT_EQ(Field(told, "left out")["offset"], 14);
 }
@@ -160,9 +160,9 @@ TEST_F(CheckTest, TellsWhatTheOutputCannotReachOfWhatIsTakenAsItIs)
 {
     // 8192 units are 20.48 mV, the end of the output; 8193 are above it.
     const Json told = Run(Write("aha.txt", "8192 0\n8193 0\n"));
-    EXPECT_EQ(told["loads"][0]["limitMv"], 20.48);
-    EXPECT_EQ(told["loads"][0]["samplesAtLimit"], 1);
-    EXPECT_EQ(told["loads"][0]["firstAtLimit"], 1);
+    EXPECT_EQ(told["loads"][0]["limit_mv"], 20.48);
+    EXPECT_EQ(told["loads"][0]["samples_at_limit"], 1);
+    EXPECT_EQ(told["loads"][0]["first_at_limit"], 1);
 }
 
 TEST_F(CheckTest, TellsWhyAnAhaRecordingIsRefused)

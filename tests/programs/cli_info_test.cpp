@@ -21,7 +21,7 @@ TEST(VraxInfo, TellsTheMainUnit)
     EXPECT_EQ(json.value("serial", ""), "TXY2a33-191234");
     EXPECT_EQ(json.value("firmware", ""), "1.3.04.56");
     EXPECT_EQ(json.value("simulated", true), false);
-    EXPECT_EQ(json.value("usbBusVoltage", 0), 250);
+    EXPECT_EQ(json.value("usb_bus_voltage", 0), 250);
     EXPECT_EQ(json.value("calibration", ""), "straight line");
     EXPECT_EQ(json.value("library", ""), "1.2.5.5");
     ASSERT_TRUE(json.contains("module"));
@@ -31,10 +31,15 @@ TEST(VraxInfo, TellsTheMainUnit)
 TEST(VraxInfo, TellsAPpgModuleAndItsRanges)
 {
     const auto json = JsonOf(Info("--ppg 3407", "--json"));
-    const nlohmann::json expected = {
-        {"kind", "PPG"},           {"model", "TAP3407"},    {"serial", "TAP3407-240007"},
-        {"firmware", "3.0.02.05"}, {"hardware", "1.2"},     {"leds", {1, 2, 0}},
-        {"photodiodeChannels", 2}, {"acMv", {0.75, 300.0}}, {"dcMv", {100.0, 3000.0}}};
+    const nlohmann::json expected = {{"kind", "PPG"},
+                                     {"model", "TAP3407"},
+                                     {"serial", "TAP3407-240007"},
+                                     {"firmware", "3.0.02.05"},
+                                     {"hardware", "1.2"},
+                                     {"leds", {1, 2, 0}},
+                                     {"photodiode_channels", 2},
+                                     {"ac_mv", {0.75, 300.0}},
+                                     {"dc_mv", {100.0, 3000.0}}};
     EXPECT_EQ(json.at("module"), expected);
 }
 
@@ -43,7 +48,7 @@ TEST(VraxInfo, TellsTheRespirationModule)
     const auto module = JsonOf(Info("--respiration", "--json")).at("module");
     EXPECT_EQ(module.value("kind", ""), "external respiration");
     EXPECT_EQ(module.value("model", ""), "TER4501");
-    EXPECT_FALSE(module.contains("acMv"));
+    EXPECT_FALSE(module.contains("ac_mv"));
 }
 
 TEST(VraxInfo, IsATableForPeople)

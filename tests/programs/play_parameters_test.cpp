@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <initializer_list>
+#include <utility>
+#include <vector>
+
 #include <fmt/format.h>
 
 #include "programs/Listening.h"
@@ -102,4 +107,41 @@ TEST(Parameters, ReachTheLibrary)
     EXPECT_EQ(VRAXGetPacingPulseMode(), 1);
     EXPECT_TRUE(VRAXGetECG2_27_AAMIDriftTest());
     EXPECT_TRUE(VRAXGetDCOffsetCommonMode());
+}
+
+TEST(Parameters, ThatAreNotLoggedAreToldByTheLibraryOrSeenInTheSamples)
+{
+    const Listening listening;
+    constexpr int kRate = 1000;
+    const auto samples = [](const char* parameter, const char* value, unsigned function,
+                            std::initializer_list<std::pair<const char*, const char*>> more = {}) {
+        Values values;
+        values.Set(parameter, value);
+        for (const auto& [name, text] : more) values.Set(name, text);
+        SetParameters(values);
+        std::vector<double> mv(2 * kRate);
+        EXPECT_EQ(GetRawDataArrayEx(function, mv.data(), 2 * kRate, kRate), 2 * kRate);
+        return mv;
+    };
+    Values values;
+    values.Set("ane-lead", "5");
+    values.Set("sample-rate", "12000");
+    SetParameters(values);
+    EXPECT_EQ(VRAXGetANE20000Lead(), 5);
+    EXPECT_EQ(VRAXGetSampleRate(), 12000);
+
+    // A waveform of a second: the next one is there, or silence.
+    const auto looped = samples("loop", "on", OUTPUT_IEC251);
+    const auto once = samples("loop", "off", OUTPUT_IEC251);
+    const auto isSilent = [](double mv) { return mv == 0.0; };
+    EXPECT_FALSE(std::all_of(looped.begin() + kRate + 1, looped.end(), isSilent));
+    EXPECT_TRUE(std::all_of(once.begin() + kRate + 1, once.end(), isSilent));
+
+    // On a signal of 0 mV there is the noise alone.
+    const auto single = samples("stress-noise", "ma", OUTPUT_SINE, {{"amplitude", "0"}});
+    const auto twice = samples("stress-gain", "2", OUTPUT_SINE, {{"stress-noise", "ma"}});
+    const auto other = samples("stress-noise", "em", OUTPUT_SINE);
+    EXPECT_FALSE(std::all_of(single.begin(), single.end(), isSilent));
+    EXPECT_NE(single, other);
+    for (std::size_t i = 0; i < single.size(); ++i) ASSERT_NEAR(twice[i], 2.0 * single[i], 1e-9);
 }

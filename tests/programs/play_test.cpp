@@ -120,7 +120,8 @@ TEST(Play, TellsAnObjectASecondInJson)
     ASSERT_GE(told.size(), 3U);
     EXPECT_EQ(told[0]["signal"], "ecg");
     EXPECT_EQ(told[0]["frequency_hz"], 1.5);
-    EXPECT_EQ(told[0]["parameters"]["rate"], "90 1/min");
+    const nlohmann::json rate = {{"value", 90.0}, {"unit", "1/min"}};
+    EXPECT_EQ(told[0]["parameters"]["rate"], rate);
     EXPECT_GE(told[1]["elapsed_s"].get<double>(), told[0]["elapsed_s"].get<double>() + 0.9);
     EXPECT_EQ(told.back()["ended"], "done");
 }
@@ -200,4 +201,108 @@ TEST(Play, TellsTheRangeOfAValueThatItRefuses)
     EXPECT_TRUE(Has(RunVrax("play ecg --noise 55").errors, "none, 50, 60, 100"));
     EXPECT_TRUE(Has(RunVrax("play ecg --set colour=1").errors, "no parameter \"colour\""));
     EXPECT_EQ(RunVrax("play no-such-signal").status, 2);
+}
+
+TEST(Play, TellsParametersToMachinesByTheirKind)
+{
+    const PlayedSignal played(VRAX_PROGRAM
+                              " --json play ecg --for 200ms --leads 0,3 --dc-common on --noise 50 "
+                              "--impedance-baseline 1000 --overshoot-time 20");
+    EXPECT_EQ(played.outcome.status, 0) << played.outcome.errors;
+    const std::string first = played.outcome.output.substr(0, played.outcome.output.find('\n'));
+    const nlohmann::json expected = {{"leads", {{"value", {0, 3}}}},
+                                     {"dc_common", {{"value", true}}},
+                                     {"noise", {{"value", "50"}}},
+                                     {"impedance_baseline", {{"value", 1000}, {"unit", "Ohm"}}},
+                                     {"overshoot_time", {{"value", 20}, {"unit", "ms"}}}};
+    EXPECT_EQ(nlohmann::json::parse(first)["parameters"], expected);
+}
+
+// The simulated instrument measures 512 and 256 of 1023 steps of 3.3 V.
+TEST(Play, TellsTheRightLegDriveWhileItIsMeasured)
+{
+    const PlayedSignal played(VRAX_PROGRAM " --json play ecg --rld on --for 200ms");
+    EXPECT_EQ(played.outcome.status, 0) << played.outcome.errors;
+    const std::string first = played.outcome.output.substr(0, played.outcome.output.find('\n'));
+    const auto volts = nlohmann::json::parse(first)["rld_v"];
+    ASSERT_EQ(volts.size(), 2U) << first;
+    EXPECT_NEAR(volts[0].get<double>(), 512.0 * 3.3 / 1023.0, 1e-6);
+    EXPECT_NEAR(volts[1].get<double>(), 256.0 * 3.3 / 1023.0, 1e-6);
+    const PlayedSignal without(VRAX_PROGRAM " --json play ecg --for 200ms");
+    EXPECT_FALSE(Has(without.outcome.output, "rld_v"));
+    const CommandOutcome terminal =
+        RunVraxOnTerminal("--simulated play ecg --rld on --for 500ms", "");
+    EXPECT_TRUE(Has(terminal.output, "right-leg drive 1.65 V, 0.83 V")) << terminal.output;
+}
+
+TEST(Play, StartsWithALineWhereItIsToldToWait)
+{
+    const TempDir folder;
+    const ProgramOutcome run = RunApart(
+        "cd " + folder.Path() +
+        " && mkfifo lines && " VRAX_INSTRUMENT_PROGRAM " --trace trace -- sh -c '" VRAX_PROGRAM
+        " play ecg --wait-for-line --for 300ms <lines >out & p=$!\n"
+        "exec 3>lines; until grep -q ready out; do sleep 0.05; done\n"
+        "echo waiting; grep -c stream trace; echo >&3; wait $p'");
+    EXPECT_EQ(run.status, 0) << run.errors;
+    EXPECT_EQ(run.output, "waiting\n0\n");
+    const std::string told = ReadWholeFile(folder.File("out"));
+    EXPECT_LT(told.find("ready"), told.find("plays ecg"));
+    EXPECT_TRUE(Has(told, "done after 0.")) << told;
+    EXPECT_TRUE(Has(ReadWholeFile(folder.File("trace")), "stream packet"));
+}
+
+TEST(Play, EndsWhileItWaitsForALineThatDoesNotCome)
+{
+    const ProgramOutcome end = RunVrax("--simulated play ecg --wait-for-line");
+    EXPECT_EQ(end.status, 2);
+    EXPECT_TRUE(Has(end.errors, "standard input ended")) << end.errors;
+    const TempDir folder;
+    const ProgramOutcome stopped =
+        RunApart("cd " + folder.Path() +
+                 " && mkfifo lines && " VRAX_INSTRUMENT_PROGRAM " -- sh -c '" VRAX_PROGRAM
+                 " play ecg --wait-for-line <lines >out & p=$!\n"
+                 "exec 3>lines; until grep -q ready out; do sleep 0.05; done\n"
+                 "kill -INT $p; wait $p'");
+    EXPECT_EQ(stopped.status, 130) << stopped.errors;
+}
+
+TEST(Play, WritesALogThatReplayTakes)
+{
+    const TempDir folder;
+    const std::string log = folder.File("calls.log");
+    const PlayedSignal played(Play("square --amplitude 3 --rate 120 --for 300ms --log " + log));
+    EXPECT_EQ(played.outcome.status, 0) << played.outcome.errors;
+    EXPECT_EQ(ReadWholeFile(log),
+              "VRAXSetAmplitude(3.00);\nVRAXSetFrequency(2.00);\nVRAXSetOutputFunction(3);\n\n");
+    const PlayedSignal again(VRAX_PROGRAM " replay --fast --for 300ms " + log);
+    EXPECT_EQ(again.outcome.status, 0) << again.outcome.errors;
+    ASSERT_GE(again.samples.size(), 4000U);
+    EXPECT_NEAR(again.samples[1000].acMv, 1.5, kCodeMv);
+    EXPECT_EQ(RunVrax("play ecg --log " + folder.File("none/calls.log")).status, 1);
+}
+
+// 20 mV either side of zero hold a signal of 36 mV and a sine of 4 mV.
+TEST(Play, SaysWhereARangeTestCutsTheAmplitude)
+{
+    const PlayedSignal cut(
+        Play("range-square --amplitude 40 --range-amplitude 4 --range-frequency 1 --for 500ms"));
+    EXPECT_EQ(cut.outcome.status, 0) << cut.outcome.errors;
+    EXPECT_TRUE(Has(cut.outcome.errors, "an amplitude of 36 mV instead of 40 mV"))
+        << cut.outcome.errors;
+    EXPECT_TRUE(Has(cut.outcome.output, "amplitude 36 mV")) << cut.outcome.output;
+    ASSERT_GE(cut.samples.size(), 6000U);
+    EXPECT_NEAR(cut.samples[5000].acMv, 18.0 + 2.0, 0.01);  // 0.25 s: the top of the sine
+    const PlayedSignal held(Play("range-triangle --amplitude 12 --for 300ms"));
+    EXPECT_TRUE(Has(held.outcome.errors, "reaches 6.5 mV and is cut off at 5 mV"))
+        << held.outcome.errors;
+    const PlayedSignal whole(Play("range-square --amplitude 36 --range-amplitude 4 --for 100ms"));
+    EXPECT_EQ(whole.outcome.errors, "");
+}
+
+TEST(Play, RefusesTheNumberOfAnotherStandardsWaveform)
+{
+    const ProgramOutcome run = RunVrax("play iec227 --wave251 3");
+    EXPECT_EQ(run.status, 2);
+    EXPECT_TRUE(Has(run.errors, "--wave251 is for iec251")) << run.errors;
 }

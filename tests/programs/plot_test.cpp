@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <regex>
@@ -220,4 +222,51 @@ TEST_F(Plot, LeavesAFileThatIsThereUnlessItIsForced)
     EXPECT_EQ(ReadWholeFile(folder_.File("x.svg")), "mine");
     EXPECT_EQ(RunVrax(arguments + " --force").status, 0);
     EXPECT_TRUE(ReadWholeFile(folder_.File("x.svg")).starts_with("<?xml"));
+}
+
+// 100 Hz of 500 mV: 20 mm between its ends, and the ECG part above it.
+TEST_F(Plot, DrawsAMovingDcPartOnAScaleOfItsOwn)
+{
+    const auto curves = PathsOf(Draw("baseline-reset --overload 100 --for 1s", "x.svg"), kCurve);
+    ASSERT_EQ(curves.size(), 4U);  // the mark and the ECG, the bar and the DC part
+    const Path& bar = curves[2];
+    ASSERT_EQ(bar.size(), 2U);
+    EXPECT_NEAR(bar[0].y - bar[1].y, 20.0, kStepMm);
+    double top = INFINITY;
+    double bottom = 0.0;
+    for (const Point& point : curves[3]) {
+        top = std::min(top, point.y);
+        bottom = std::max(bottom, point.y);
+    }
+    EXPECT_NEAR(bottom - top, 20.0, 2.0 * kStepMm);
+    EXPECT_NEAR(top, bar[1].y, 2.0 * kStepMm);
+    EXPECT_GT(top, curves[1].front().y);
+}
+
+TEST_F(Plot, DrawsALevelAloneAtItsDistanceFromZero)
+{
+    // Code 0 is below zero: the line is at the foot of the bar, whose top is 0 mV.
+    const auto low = PathsOf(Draw("fixed-dc --dc-code 0 --for 1s", "low.svg"), kCurve);
+    ASSERT_EQ(low.size(), 2U);
+    EXPECT_NEAR(low[1].front().y, low[0][0].y, kStepMm);
+    EXPECT_NEAR(low[1].back().y, low[0][0].y, kStepMm);
+    const auto high = PathsOf(Draw("fixed-dc --dc-code 65535 --for 1s", "high.svg"), kCurve);
+    ASSERT_EQ(high.size(), 2U);
+    EXPECT_NEAR(high[1].front().y, high[0][1].y, kStepMm);
+}
+
+TEST_F(Plot, HasAStripForTheDcPartOfEveryTestThatMovesIt)
+{
+    struct Case {
+        const char* arguments;
+        int strips;
+    };
+    for (const Case& each :
+         {Case{"yy1079 --for 3s", 2}, Case{"input-dynamic-range --for 21s", 2},
+          Case{"input-dynamic-range --for 3s", 1}, Case{"ecg --dc-offset 300 --for 1s", 1}}) {
+        const ProgramOutcome run = RunVrax(std::string("--json plot --force ") + each.arguments +
+                                           " -o " + folder_.File("x.svg"));
+        EXPECT_EQ(run.status, 0) << run.errors;
+        EXPECT_EQ(JsonOf(run).value("strips", 0), each.strips) << each.arguments;
+    }
 }

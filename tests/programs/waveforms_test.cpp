@@ -72,12 +72,12 @@ TEST(Waveforms, TellRatesLengthsAndHeights)
     EXPECT_DOUBLE_EQ(pattern["seconds"], 3.996);
     const Json cal = Family(families, "IEC 60601-2-51 / 60601-2-25")["waveforms"][0];
     EXPECT_EQ(cal["name"], "CAL05000");
-    EXPECT_EQ(cal["lowestMv"], -0.5);
-    EXPECT_EQ(cal["highestMv"], 0.5);
+    EXPECT_EQ(cal["lowest_mv"], -0.5);
+    EXPECT_EQ(cal["highest_mv"], 0.5);
     EXPECT_EQ(Family(families, "ANE20000")["waveforms"].size(), 9U);
     const Json noise = Family(families, "Noise stress")["waveforms"];
     ASSERT_EQ(noise.size(), 3U);
-    for (const Json& record : noise) EXPECT_LT(record["lowestMv"], record["highestMv"]);
+    for (const Json& record : noise) EXPECT_LT(record["lowest_mv"], record["highest_mv"]);
 }
 
 TEST(Waveforms, TellTheTablesOfThisBuild)
