@@ -30,6 +30,7 @@ enum class LineState { kNotTaken, kGranted, kGivenUp };
 thread_local LineState t_line = LineState::kNotTaken;
 
 std::atomic<int> s_callsInside{0};
+std::atomic<bool> s_sentSamplingCommand{false};  // of whatever thread, last
 
 // How many threads of the library want the line to themselves, and that one has got it.
 std::atomic<int> s_waitingToPass{0};
@@ -67,7 +68,7 @@ bool OnlyLateRepliesMayCome() REQUIRES(g_AccessCriticalSection)
 // for that of a sampling command, which may have taken a frame for it.
 void DropInput() REQUIRES(g_AccessCriticalSection)
 {
-    if (g_bPortAdopted && g_bConnected == 0 && !t_sentSamplingCommand) return;
+    if (g_bPortAdopted && g_bConnected == 0 && !s_sentSamplingCommand) return;
     unsigned char block[kReplyBytes];
     while (s_bFramesMayCome && KeepSamplingFrame(block, DeviceReadAvailable(block, sizeof block))) {
     }
@@ -400,6 +401,7 @@ bool SendRequest(const std::uint8_t* request, unsigned length)
         ReadPendingReplies();
     }
     t_sentSamplingCommand = IsSamplingCommand(request, length);
+    s_sentSamplingCommand = t_sentSamplingCommand;
     t_requestNs = MonotonicNs();
     return t_line == LineState::kGranted && DeviceWriteData(request, length, 1) == length;
 }

@@ -171,5 +171,5 @@ TEST(SimulationTimer, NoCallWaitsForALineThatIsNotThere)
         EXPECT_FALSE(VRAXEnableFPGASampling(true));
         EXPECT_FALSE(ReadDCCalibrationData());
     }));
-    EXPECT_EQ(VRAXIsPlaying(), 1);
+    EXPECT_TRUE(Eventually([] { return VRAXIsPlaying() == 1; }));
 }
