@@ -100,8 +100,12 @@ void WriteEcg(std::uint8_t* slot)
 // Quantities that were derived while a scan runs know an older frequency than the scan's.
 void KeepScan()
 {
-    if (s_scan.period == 0.0 || !s_FreqScanOn) return;
+    if (!s_FreqScanOn) return;
     CycleQuantities& cycle = g_Cycle.Read();
+    if (s_scan.period == 0.0) {  // the first sample of a scan, in the cycle that was going on
+        cycle.frequency = g_F;
+        return;
+    }
     cycle.frequency = s_scan.frequency;
     cycle.s_tp = s_scan.period;
 }

@@ -46,6 +46,7 @@ struct CycleQuantities {
     // Input dynamic range, mV. Change as the ramp proceeds.
     double s_InputDynamicRangeDC = -300.0;
     double s_InputDynamicRangeAC = 0.0;
+    double inputDynamicRangeStep = -1.0;  // half seconds at the last sample; below 0 unknown
 };
 
 // What deriving would rewrite among the parameters.

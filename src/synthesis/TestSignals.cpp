@@ -58,6 +58,7 @@ double RestInputDynamicRange(CycleQuantities& c, double time)
     const bool leavesRamp = time >= kRampEnd && c.s_InputDynamicRangeDC != kRampRestMv;
     c.s_InputDynamicRangeDC = kRampRestMv;
     c.s_InputDynamicRangeAC = 0.0;
+    c.inputDynamicRangeStep = kRampStart * kTicksPerSecond / kTicksPerStep - 1.0;
     const double reportUntil = (time < kRampStart ? 0.0 : kRampEnd) + kReportSeconds;
     if (time < reportUntil || leavesRamp) {
         Tell(g_SyncDCOffsetCB, static_cast<int>(kRampRestMv), reportUntil, time);
@@ -118,14 +119,18 @@ double getYY1079DynamicRangeVoltage(double tc)
     return g_YY1079DynamicRangeMaxVoltage - g_YY1079DynamicRangeSlope * (tc - half);
 }
 
-// The DC part steps once each 0.5 s, at the first sample that rounds to the multiple, and the AC
-// part falls in between.
+// The DC part steps once each 0.5 s, at the first sample that rounds to the multiple, from the start
+// of the ramp on, and the AC part falls in between. A change of the derived quantities in the middle
+// of the ramp sets both back.
 double AdvanceInputDynamicRange(CycleQuantities& c, double time, int sampleRate)
 {
     if (time < kRampStart || time >= kRampEnd) return RestInputDynamicRange(c, time);
-    const double ticks = RoundHalfUp(time * kTicksPerSecond) - kRampStart * kTicksPerSecond;
-    const double dc = kRampRestMv - kRampStepMv * FloorOf(ticks / kTicksPerStep);
-    if (dc < c.s_InputDynamicRangeDC) {
+    const double ticks = RoundHalfUp(time * kTicksPerSecond);
+    const double step = FloorOf(ticks / kTicksPerStep);
+    const double before = c.inputDynamicRangeStep;
+    c.inputDynamicRangeStep = step;
+    if (before < 0.0 ? ticks == step * kTicksPerStep : step > before) {
+        const double dc = c.s_InputDynamicRangeDC - kRampStepMv;
         Tell(g_SyncDCOffsetCB, SaturateTo<int>(dc), dc, c.s_InputDynamicRangeDC);
         c.s_InputDynamicRangeDC = dc;
         c.s_InputDynamicRangeAC = 0.0;

@@ -121,6 +121,19 @@ TEST_F(Scan, MovesTheFrequencyWithEverySampleAndKeepsThePhase)
     }
 }
 
+// 0.35 s are within the cycle of 1 s that is going on.
+TEST_F(Scan, HasItsFrequencyFromTheFirstSampleOn)
+{
+    OfflineRun run(OUTPUT_SINE, 2000);
+    g_Amplitude = 2.0;
+    Change();
+    run.NextSamples(700);
+    ASSERT_EQ(VRAXSetFrequencyScanSine(true, 10, 5.0, 50.0), 0);
+    EXPECT_NEAR(run.NextSamples(1)[0].ac, 1600.0 * std::sin(2.0 * reference::kPi * 5.0 * 0.35),
+                3.0);
+    s_FreqScanOn = false;
+}
+
 TEST_F(Scan, RebasesTheClockToTheCycleButNotTheGraphTime)
 {
     OfflineRun run(OUTPUT_SINE, 2000);

@@ -143,14 +143,13 @@ TEST_F(InputDynamicRange, RestsAtMinus300BeforeItsStart)
 TEST_F(InputDynamicRange, FallsOneMillivoltASecondAtEveryRate)
 {
     for (const int rate : {100, 250, 1000, 4999, 20000}) {
-        cycle_.s_InputDynamicRangeDC = -300.0;
-        cycle_.s_InputDynamicRangeAC = 0.0;
+        At(19.9, rate);
         const int first = 20 * rate;
         for (int n = first; n < first + 5 * rate; ++n) {
             const double time = n / static_cast<double>(rate);
             const Parts parts = At(time, rate);
             // One sample's fall of slack, where a step and a sample do not coincide.
-            ASSERT_NEAR(parts.Sum(), -300.0 - (time - 20.0), 2.0 / rate + 1e-4)
+            ASSERT_NEAR(parts.Sum(), -300.5 - (time - 20.0), 2.0 / rate + 1e-4)
                 << rate << " at " << time;
             ASSERT_LE(parts.ac, 0.0);
             ASSERT_GT(parts.ac, -0.5 - 2.0 / rate);
@@ -166,7 +165,22 @@ TEST_F(InputDynamicRange, StepsTheDCPartByHalfAMillivoltEachHalfSecondAndTellsSo
                                   {-301, -301.0, -300.5},
                                   {-301, -301.5, -301.0},
                                   {-302, -302.0, -301.5},
-                                  {-302, -302.5, -302.0}}));
+                                  {-302, -302.5, -302.0},
+                                  {-303, -303.0, -302.5}}));
+}
+
+TEST_F(InputDynamicRange, IsSetBackByAChangeAndGoesOnFromThere)
+{
+    const int rate = 1000;
+    for (int n = 20 * rate; n < 21 * rate; ++n) At(n / static_cast<double>(rate), rate);
+    EXPECT_EQ(cycle_.s_InputDynamicRangeDC, -301.0);
+    DerivedParameters ignored;
+    cycle_ = DeriveCycle(OUTPUT_INPUT_DYNAMIC_RANGE, rate, ignored);
+    EXPECT_EQ(At(21.2, rate).dc, -300.0);
+    EXPECT_NEAR(At(21.201, rate).ac, -0.002, 1e-12);
+    EXPECT_EQ(At(21.499, rate).dc, -300.0);
+    EXPECT_EQ(At(21.5, rate).dc, -300.5);
+    EXPECT_EQ(At(22.0, rate).dc, -301.0);
 }
 
 TEST_F(InputDynamicRange, FallsByTheSampleIntervalAndRestartsAtAStep)
@@ -204,16 +218,16 @@ TEST_F(InputDynamicRange, LeavesAsTwoCodesThatAddUpToTheRamp)
         }
         if (steps[n] % (kRate / 2) == 0) continue;  // a step falls to either side of it
         if (t > 1219.9) continue;
-        const double dc = -300.0 - 0.5 * std::floor((t - 20.0) * 2.0);
+        const double dc = -300.5 - 0.5 * std::floor((t - 20.0) * 2.0);
         const double fallen = std::fmod(t - 20.0, 0.5);  // s, and mV
         ASSERT_EQ(samples[n].dc, instrument::DefaultDcCode(dc)) << t;
         // A sample more where the ramp begins with one, or the clock has repeated a step.
         ASSERT_NEAR(samples[n].ac, -1600.0 * fallen, 2.0 * 1600.0 / kRate + 1.01) << t;
     }
-    // One at the start, then the steps to -1499.5 mV.
-    ASSERT_GE(s_dcCalls.size(), 2400u);
+    // One at the start, then the steps to -1500 mV.
+    ASSERT_GE(s_dcCalls.size(), 2401u);
     EXPECT_EQ(s_dcCalls[0], (std::tuple{-300, 0.0003, 0.0}));
-    for (int i = 1; i <= 2399; ++i) {
+    for (int i = 1; i <= 2400; ++i) {
         const double dc = -300.0 - 0.5 * i;
         ASSERT_EQ(s_dcCalls[static_cast<std::size_t>(i)],
                   (std::tuple{static_cast<int>(dc), dc, dc + 0.5}));
