@@ -92,8 +92,12 @@ public:
         StopConnectThread();
         StopPollingThread();
         DeviceClose();  // a preparation in progress fails at once
+        if (IsInsideLibrary()) {
+            JoinConnectThreadIfItEnds();
+            JoinPollingThreadIfItEnds();
+            return;
+        }
         JoinConnectThread();
-        if (IsInsideLibrary()) return;
         JoinPollingThread();
         if (callsInside) WaitForCallsToLeave();
         FreeRawArrays();

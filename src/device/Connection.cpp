@@ -16,6 +16,7 @@
 namespace {
 constexpr useconds_t kSearchPauseUs = 10000;
 constexpr unsigned kDeviceChange = 537;  // 0x219
+constexpr unsigned kUnloadMomentMs = 200;
 constexpr unsigned kStopCheckMs = 100;
 constexpr unsigned kHeldCheckMs = 100;
 constexpr int kAnyPort = -1;
@@ -206,6 +207,8 @@ void JoinConnectThread()
         if (g_bStopConnectDeviceThread == 0) return;  // started anew from its own listener
     }
 }
+
+void JoinConnectThreadIfItEnds() { g_hConnectDeviceThread.Join(kUnloadMomentMs); }
 
 CPortHold::CPortHold() NO_THREAD_SAFETY_ANALYSIS
 {

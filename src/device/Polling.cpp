@@ -11,6 +11,7 @@ constexpr useconds_t kPausedSleepUs = 10000;
 constexpr useconds_t kRetrySleepUs = 10000;
 constexpr unsigned kIdleWaitMs = 100;
 constexpr unsigned kJoinLimitMs = 10000;
+constexpr unsigned kUnloadMomentMs = 200;
 constexpr std::int64_t kNsPerMs = 1000000;
 // Beyond the time of two packets a reply that has not come is lost.
 constexpr std::int64_t kLostReplyNs = 300 * kNsPerMs;
@@ -248,6 +249,11 @@ void StopPollingThread()
 void JoinPollingThread()
 {
     if (s_bStopPool) s_pPollingThread.Join(kJoinLimitMs);
+}
+
+void JoinPollingThreadIfItEnds()
+{
+    if (s_bStopPool) s_pPollingThread.Join(kUnloadMomentMs);
 }
 
 void SetSamplingHandler(void (*handler)(const std::uint8_t* block, unsigned length))
