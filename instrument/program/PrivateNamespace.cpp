@@ -150,7 +150,12 @@ void MakeLockDirectory()
 void EnterPrivateNamespace()
 {
     Unshare();
-    Mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr);
+    if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+        Fail(
+            "a private /dev cannot be made: the root directory is not mounted, so what is mounted "
+            "below it would be seen outside; mount the directory on itself before chroot "
+            "(mount --bind DIRECTORY DIRECTORY)");
+    }
     MakeDev();
     MakeLockDirectory();
 }
