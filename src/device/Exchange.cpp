@@ -204,6 +204,7 @@ void ExpectPacketReply()
 
 void ReadPendingReplies()
 {
+    CAutoCriticalSection lock(g_AccessCriticalSection);
     unsigned char reply[kReplyBytes];
     while (s_nRepliesPending + s_nRepliesUnread > 0 &&
            ReadReplyUntil(reply, sizeof reply, LateReplyDeadline(), nullptr) >= 1) {

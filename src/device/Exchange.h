@@ -189,7 +189,7 @@ void ExpectPacketReply();
 
 // Reads the replies that may still come: to a packet, each for one read budget at the longest; to
 // commands that got none in time, until one budget after they gave up. Those that do not come stay
-// pending. The caller holds g_AccessCriticalSection.
+// pending.
 void ReadPendingReplies();
 
 // A reply that was late in an exchange that is over lies on the line, or does not come: reads it
