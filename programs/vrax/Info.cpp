@@ -15,7 +15,7 @@ namespace {
 struct Answer {
     InstrumentFacts instrument;
     CalibrationSource source;
-    std::string libraryVersion;
+    std::string vraxVersion;
 };
 
 Json ToJson(const ModuleFacts& module)
@@ -47,7 +47,7 @@ Json ToJson(const Answer& answer, const Program& program)
             {"module", ToJson(facts.module)},
             {"calibration", NameOf(answer.source)},
             {"usb_bus_voltage", facts.busVoltage},
-            {"library", answer.libraryVersion}};
+            {"library", answer.vraxVersion}};
 }
 
 class Table {
@@ -103,7 +103,7 @@ void Show(const Answer& answer, const Program& program)
     table.Add("USB voltage", facts.busVoltage == 0 ? "not told"
                                                    : fmt::format("{} on the instrument's own scale",
                                                                  facts.busVoltage));
-    table.Add("library", answer.libraryVersion);
+    table.Add("library", answer.vraxVersion);
 }
 
 int RunInfo(Program& program)
