@@ -93,8 +93,9 @@ public:
         StopPollingThread();
         DeviceClose();  // a preparation in progress fails at once
         if (IsInsideLibrary()) {
-            JoinConnectThreadIfItEnds();
-            JoinPollingThreadIfItEnds();
+            constexpr unsigned kMomentMs = 200;
+            JoinConnectThread(kMomentMs);
+            JoinPollingThread(kMomentMs);
             return;
         }
         JoinConnectThread();

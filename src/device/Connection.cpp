@@ -16,7 +16,6 @@
 namespace {
 constexpr useconds_t kSearchPauseUs = 10000;
 constexpr unsigned kDeviceChange = 537;  // 0x219
-constexpr unsigned kUnloadMomentMs = 200;
 constexpr unsigned kStopCheckMs = 100;
 constexpr unsigned kHeldCheckMs = 100;
 constexpr int kAnyPort = -1;
@@ -208,7 +207,7 @@ void JoinConnectThread()
     }
 }
 
-void JoinConnectThreadIfItEnds() { g_hConnectDeviceThread.Join(kUnloadMomentMs); }
+void JoinConnectThread(unsigned withinMs) { g_hConnectDeviceThread.Join(withinMs); }
 
 CPortHold::CPortHold() NO_THREAD_SAFETY_ANALYSIS
 {

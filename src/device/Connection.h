@@ -40,8 +40,8 @@ bool DoInit(void (*callback)(bool connected));
 void StopConnectThread();
 // Waits for its end, unless the caller is that thread or in a callback of the library.
 void JoinConnectThread();
-// At unload from a callback: waits a moment, and leaves a thread behind that needs what is held.
-void JoinConnectThreadIfItEnds();
+// Wherever the caller is; leaves a thread behind that needs what the caller holds.
+void JoinConnectThread(unsigned withinMs);
 
 // The port in the hands of one call that closes it, searches and opens it again: a burn. Meanwhile
 // the poll thread does not exist, a run stands still, the monitor is paused and the connect thread

@@ -10,8 +10,6 @@ namespace {
 constexpr useconds_t kPausedSleepUs = 10000;
 constexpr useconds_t kRetrySleepUs = 10000;
 constexpr unsigned kIdleWaitMs = 100;
-constexpr unsigned kJoinLimitMs = 10000;
-constexpr unsigned kUnloadMomentMs = 200;
 constexpr std::int64_t kNsPerMs = 1000000;
 // Beyond the time of two packets a reply that has not come is lost.
 constexpr std::int64_t kLostReplyNs = 300 * kNsPerMs;
@@ -232,7 +230,7 @@ bool StartPollingThread()
 {
     CJoinableThread& thread = s_pPollingThread;
     if (thread.IsRunning() && !s_bStopPool) return true;
-    if (thread.IsRunning()) thread.Join(kJoinLimitMs);
+    if (thread.IsRunning()) thread.Join(kPollingJoinMs);
     s_bStopPool = false;
     s_hStopPoll.ResetEvent();
     g_hPollingEvent.SetEvent();
@@ -246,14 +244,9 @@ void StopPollingThread()
     s_hStopPoll.SetEvent();
 }
 
-void JoinPollingThread()
+void JoinPollingThread(unsigned withinMs)
 {
-    if (s_bStopPool) s_pPollingThread.Join(kJoinLimitMs);
-}
-
-void JoinPollingThreadIfItEnds()
-{
-    if (s_bStopPool) s_pPollingThread.Join(kUnloadMomentMs);
+    if (s_bStopPool) s_pPollingThread.Join(withinMs);
 }
 
 void SetSamplingHandler(void (*handler)(const std::uint8_t* block, unsigned length))

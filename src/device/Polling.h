@@ -8,9 +8,8 @@ bool StartPollingThread();
 // Tells the thread to end; does not wait for it.
 void StopPollingThread();
 // Waits for a thread that was told to stop, except on that thread itself.
-void JoinPollingThread();
-// At unload from a callback: waits a moment, and leaves a thread behind that needs what is held.
-void JoinPollingThreadIfItEnds();
+constexpr unsigned kPollingJoinMs = 10000;
+void JoinPollingThread(unsigned withinMs = kPollingJoinMs);
 
 // Takes the blocks of running photodiode sampling; installed by the room above. Called on the poll
 // thread under the interrupt lock.
